@@ -1,0 +1,40 @@
+# Target helpers: one library per folder, one test binary per test folder, one benchmark binary
+# per benchmark file. Every target of ours gets the same warnings, include root and sanitizers.
+
+set(ORB_WARNINGS -Wall -Wextra -Wshadow -Werror)
+
+function(orb_apply_common TARGET)
+  target_compile_options(${TARGET} PRIVATE ${ORB_WARNINGS})
+  if(ORB_SANITIZE)
+    target_compile_options(${TARGET} PRIVATE -fsanitize=address,undefined
+                                             -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(${TARGET} PRIVATE -fsanitize=address,undefined)
+  endif()
+endfunction()
+
+# orb_library(NAME SRCS ... DEPS ...): a static library with alias orb::NAME.
+function(orb_library NAME)
+  cmake_parse_arguments(ARG "" "" "SRCS;DEPS" ${ARGN})
+  add_library(${NAME} STATIC ${ARG_SRCS})
+  add_library(orb::${NAME} ALIAS ${NAME})
+  target_include_directories(${NAME} PUBLIC ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${NAME} PUBLIC ${ARG_DEPS})
+  orb_apply_common(${NAME})
+endfunction()
+
+# orb_test(NAME SRCS ... DEPS ...): a GoogleTest binary registered with CTest.
+function(orb_test NAME)
+  cmake_parse_arguments(ARG "" "" "SRCS;DEPS" ${ARGN})
+  add_executable(${NAME} ${ARG_SRCS})
+  target_link_libraries(${NAME} PRIVATE ${ARG_DEPS} orb::test_support GTest::gtest)
+  orb_apply_common(${NAME})
+  add_test(NAME ${NAME} COMMAND ${NAME} --gtest_brief=1)
+endfunction()
+
+# orb_bench(NAME SRCS ... DEPS ...): a Google Benchmark binary; built, never run by CTest.
+function(orb_bench NAME)
+  cmake_parse_arguments(ARG "" "" "SRCS;DEPS" ${ARGN})
+  add_executable(${NAME} ${ARG_SRCS})
+  target_link_libraries(${NAME} PRIVATE ${ARG_DEPS} benchmark::benchmark_main)
+  orb_apply_common(${NAME})
+endfunction()

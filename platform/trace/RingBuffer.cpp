@@ -1,0 +1,78 @@
+#include "platform/trace/RingBuffer.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace Trace {
+
+RingBuffer::RingBuffer(std::size_t capacityBytes) : buffer_(capacityBytes) {}
+
+void RingBuffer::append(std::uint16_t handleId, int level, std::string_view function,
+                        std::string_view message) {
+  std::size_t const maxMessage = buffer_.size() / 4;
+  message = message.substr(0, maxMessage);
+  Header header{handleId, static_cast<std::uint8_t>(level),
+                static_cast<std::uint8_t>(std::min<std::size_t>(function.size(), 255)),
+                static_cast<std::uint32_t>(message.size()), function.data()};
+  std::size_t const size = sizeof(Header) + message.size();
+  while (used_ + size > buffer_.size()) {
+    dropOldest();
+  }
+  write(&header, sizeof header);
+  write(message.data(), message.size());
+  ++records_;
+}
+
+void RingBuffer::write(void const* data, std::size_t size) {
+  auto const* bytes = static_cast<char const*>(data);
+  std::size_t tail = (head_ + used_) % buffer_.size();
+  for (std::size_t done = 0; done < size;) {
+    std::size_t const chunk = std::min(size - done, buffer_.size() - tail);
+    std::memcpy(buffer_.data() + tail, bytes + done, chunk);
+    done += chunk;
+    tail = (tail + chunk) % buffer_.size();
+  }
+  used_ += size;
+}
+
+void RingBuffer::read(std::size_t offset, void* data, std::size_t size) const {
+  auto* bytes = static_cast<char*>(data);
+  std::size_t pos = offset % buffer_.size();
+  for (std::size_t done = 0; done < size;) {
+    std::size_t const chunk = std::min(size - done, buffer_.size() - pos);
+    std::memcpy(bytes + done, buffer_.data() + pos, chunk);
+    done += chunk;
+    pos = (pos + chunk) % buffer_.size();
+  }
+}
+
+void RingBuffer::dropOldest() {
+  Header header;
+  read(head_, &header, sizeof header);
+  std::size_t const size = sizeof(Header) + header.messageLength;
+  head_ = (head_ + size) % buffer_.size();
+  used_ -= size;
+  --records_;
+}
+
+std::vector<std::string> RingBuffer::lines() const {
+  std::vector<std::string> out;
+  std::size_t offset = head_;
+  for (std::size_t i = 0; i < records_; ++i) {
+    Header header;
+    read(offset, &header, sizeof header);
+    std::string message(header.messageLength, '\0');
+    read(offset + sizeof header, message.data(), message.size());
+    out.push_back(std::to_string(header.handleId) + "/" + std::to_string(header.level) + " " +
+                  std::string(header.function, header.functionLength) + ": " + message);
+    offset = (offset + sizeof header + header.messageLength) % buffer_.size();
+  }
+  return out;
+}
+
+RingBuffer& ringBuffer() {
+  static RingBuffer buffer(4u << 20);
+  return buffer;
+}
+
+}  // namespace Trace

@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# Installs what building, testing and running OrbFlowspec needs on Debian 12. Idempotent: a
+# machine that already has every package is left alone without touching the network.
+set -euo pipefail
+
+packages=(build-essential cmake libgtest-dev libbenchmark-dev nlohmann-json3-dev)
+
+missing=()
+for p in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+done
+if [ ${#missing[@]} -eq 0 ]; then
+  exit 0
+fi
+sudo=""
+[ "$(id -u)" -eq 0 ] || sudo="sudo"
+export DEBIAN_FRONTEND=noninteractive
+$sudo apt-get update -q
+$sudo apt-get install -y -q --no-install-recommends "${missing[@]}"

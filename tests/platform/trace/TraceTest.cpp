@@ -1,0 +1,72 @@
+#include <gtest/gtest.h>
+
+#include "platform/trace/CaptureSink.h"
+#include "platform/trace/RingBuffer.h"
+#include "platform/trace/Trace.h"
+
+namespace {
+
+Trace::Handle gTestHandle("TraceTest");
+
+struct WithStrep {
+  std::string toStrep() const { return "<strep>"; }
+};
+
+enum class Colour { red = 3 };
+
+void emitFromHere(int level) { TRACE(gTestHandle, level, "value ", 42, " hex 0x", Trace::Hex{255}); }
+
+TEST(TraceConcat, PiecesJoinWithoutSeparators) {
+  EXPECT_EQ(Trace::concat("a", 1, std::string("b"), true, WithStrep{}, Colour::red, 'c', 2.5),
+            "a1btrue<strep>3c2.5");
+  EXPECT_EQ(Trace::concat(static_cast<std::uint8_t>(7), Trace::Hex{0xfffff}), "7fffff");
+  EXPECT_EQ(Trace::concat(0.05, " ", 1000.0), "0.05 1000");
+}
+
+TEST(TraceFunctionName, KeepsQualifiedNameOnly) {
+  EXPECT_EQ(Trace::shortFunctionName("void OrbFlowspec::RuleSetSm::handleRule(const Key&)"),
+            "OrbFlowspec::RuleSetSm::handleRule");
+  EXPECT_EQ(Trace::shortFunctionName("Cog::Ptr<T> Ns::f(int) [with T = int]"), "Ns::f");
+  EXPECT_EQ(Trace::shortFunctionName("int main()"), "main");
+}
+
+TEST(TraceHandle, TextLevelFiltersCapturedLines) {
+  Trace::ScopedCapture capture;
+  gTestHandle.textLevelIs(3);
+  emitFromHere(3);
+  emitFromHere(4);
+  ASSERT_EQ(capture->lines().size(), 1u);
+  auto const& line = capture->lines()[0];
+  EXPECT_EQ(line.handle, "TraceTest");
+  EXPECT_EQ(line.level, 3);
+  EXPECT_EQ(line.function, "{anonymous}::emitFromHere");
+  EXPECT_EQ(line.message, "value 42 hex 0xff");
+  gTestHandle.textLevelIs(0);
+}
+
+TEST(TraceHandle, MessagesBelowBothLevelsAreNotFormatted) {
+  gTestHandle.textLevelIs(0);
+  gTestHandle.ringLevelIs(2);
+  bool formatted = false;
+  auto piece = [&] {
+    formatted = true;
+    return 1;
+  };
+  TRACE(gTestHandle, 7, piece());
+  EXPECT_FALSE(formatted);
+  gTestHandle.ringLevelIs(5);
+}
+
+TEST(TraceRingBuffer, OverwritesOldestRecordsFirst) {
+  Trace::RingBuffer ring(256);
+  for (int i = 0; i < 50; ++i) {
+    ring.append(1, 2, "f", "message " + std::to_string(i));
+  }
+  auto const lines = ring.lines();
+  ASSERT_FALSE(lines.empty());
+  EXPECT_LT(lines.size(), 50u);
+  EXPECT_EQ(lines.back(), "1/2 f: message 49");
+  EXPECT_EQ(lines.front(), "1/2 f: message " + std::to_string(50 - lines.size()));
+}
+
+}  // namespace

@@ -1,0 +1,1 @@
+# Sources of models/acl, relative to models/.

@@ -1,0 +1,1 @@
+# Sources of models/flowspec, relative to models/.

@@ -12,9 +12,17 @@ function(orb_apply_common TARGET)
   endif()
 endfunction()
 
-# orb_library(NAME SRCS ... DEPS ...): a static library with alias orb::NAME.
+# orb_library(NAME SRCS ... DEPS ...): a static library with alias orb::NAME; a header-only
+# library when it has no sources yet.
 function(orb_library NAME)
   cmake_parse_arguments(ARG "" "" "SRCS;DEPS" ${ARGN})
+  if(NOT ARG_SRCS)
+    add_library(${NAME} INTERFACE)
+    add_library(orb::${NAME} ALIAS ${NAME})
+    target_include_directories(${NAME} INTERFACE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${NAME} INTERFACE ${ARG_DEPS})
+    return()
+  endif()
   add_library(${NAME} STATIC ${ARG_SRCS})
   add_library(orb::${NAME} ALIAS ${NAME})
   target_include_directories(${NAME} PUBLIC ${PROJECT_SOURCE_DIR})

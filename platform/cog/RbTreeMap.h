@@ -1,0 +1,187 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <utility>
+#include <vector>
+
+#include "platform/cog/ContainerSupport.h"
+
+namespace Cog {
+
+// An ordered collection whose iteration stays safe while the collection changes (see
+// HashMap2018 for why). Iteration is in key order. While an iterator exists, a removed entry
+// stays in the tree marked dead, so references to its key and value stay valid; dead entries
+// are erased when the last iterator goes. An entry added during an iteration is visited if its
+// key lies after the iterator's position. Re-adding a dead key revives its entry in place.
+template <class K, class V = Unit, class Less = std::less<K>>
+class RbTreeMap {
+  struct Slot {
+    V value;
+    bool live;
+    bool erasePending = false;  // listed in dead_
+  };
+  using Tree = std::map<K, Slot, Less>;
+
+ public:
+  using key_type = K;
+  using mapped_type = V;
+
+  RbTreeMap() = default;
+  RbTreeMap(RbTreeMap const&) = delete;
+  RbTreeMap& operator=(RbTreeMap const&) = delete;
+
+  std::size_t size() const { return live_; }
+  bool empty() const { return live_ == 0; }
+
+  V const* find(K const& key) const {
+    auto it = tree_.find(key);
+    return it != tree_.end() && it->second.live ? &it->second.value : nullptr;
+  }
+  V* find(K const& key) {
+    auto it = tree_.find(key);
+    return it != tree_.end() && it->second.live ? &it->second.value : nullptr;
+  }
+  bool contains(K const& key) const { return find(key) != nullptr; }
+
+  template <class... Args>
+  std::pair<V*, bool> tryEmplace(K const& key, Args&&... args) {
+    auto it = tree_.find(key);
+    if (it != tree_.end()) {
+      if (it->second.live) {
+        return {&it->second.value, false};
+      }
+      it->second.value = V(std::forward<Args>(args)...);
+      it->second.live = true;  // still listed in dead_; skipped there because it is live
+      ++live_;
+      return {&it->second.value, true};
+    }
+    it = tree_.emplace(key, Slot{V(std::forward<Args>(args)...), true, false}).first;
+    ++live_;
+    return {&it->second.value, true};
+  }
+
+  bool erase(K const& key) {
+    auto it = tree_.find(key);
+    if (it == tree_.end() || !it->second.live) {
+      return false;
+    }
+    --live_;
+    if (iterators_ > 0) {
+      markDead(it);
+    } else {
+      tree_.erase(it);
+    }
+    return true;
+  }
+
+  void clear() {
+    if (iterators_ > 0) {
+      for (auto it = tree_.begin(); it != tree_.end(); ++it) {
+        if (it->second.live) {
+          markDead(it);
+        }
+      }
+    } else {
+      tree_.clear();
+    }
+    live_ = 0;
+  }
+
+  // The first live key, or null.
+  K const* firstKey() const {
+    for (auto it = tree_.begin(); it != tree_.end(); ++it) {
+      if (it->second.live) {
+        return &it->first;
+      }
+    }
+    return nullptr;
+  }
+
+  struct Sentinel {};
+
+  template <bool kConst>
+  class Iterator {
+   public:
+    using Map = std::conditional_t<kConst, RbTreeMap const, RbTreeMap>;
+    using TreeIt = std::conditional_t<kConst, typename Tree::const_iterator,
+                                      typename Tree::iterator>;
+    using Value = std::conditional_t<kConst, typename ConstView<V>::type, V&>;
+    using Entry = std::conditional_t<std::is_same_v<V, Unit>, K const&,
+                                     std::pair<K const&, Value>>;
+
+    Iterator(Map* map, TreeIt it) : map_(map), it_(it) {
+      ++map_->iterators_;
+      skipDead();
+    }
+    Iterator(Iterator const& other) : map_(other.map_), it_(other.it_) { ++map_->iterators_; }
+    Iterator& operator=(Iterator const&) = delete;
+    ~Iterator() { map_->iteratorDone(); }
+
+    Entry operator*() const {
+      if constexpr (std::is_same_v<V, Unit>) {
+        return it_->first;
+      } else if constexpr (kConst) {
+        return Entry(it_->first, ConstView<V>::of(it_->second.value));
+      } else {
+        return Entry(it_->first, it_->second.value);
+      }
+    }
+    Iterator& operator++() {
+      ++it_;
+      skipDead();
+      return *this;
+    }
+    bool operator==(Sentinel) const { return it_ == map_->tree_.end(); }
+
+   private:
+    void skipDead() {
+      while (it_ != map_->tree_.end() && !it_->second.live) {
+        ++it_;
+      }
+    }
+
+    Map* map_;
+    TreeIt it_;
+  };
+
+  Iterator<false> begin() { return Iterator<false>(this, tree_.begin()); }
+  Iterator<true> begin() const { return Iterator<true>(this, tree_.begin()); }
+  Sentinel end() const { return {}; }
+  // Iteration from the first key not less than `key`.
+  Iterator<true> lowerBound(K const& key) const {
+    return Iterator<true>(this, tree_.lower_bound(key));
+  }
+
+ private:
+  void markDead(typename Tree::iterator it) {
+    it->second.live = false;
+    if (!it->second.erasePending) {
+      it->second.erasePending = true;
+      dead_.push_back(it);
+    }
+  }
+
+  void iteratorDone() const {
+    if (--iterators_ == 0 && !dead_.empty()) {
+      auto* self = const_cast<RbTreeMap*>(this);
+      for (auto it : self->dead_) {
+        if (it->second.live) {
+          it->second.erasePending = false;
+        } else {
+          self->tree_.erase(it);
+        }
+      }
+      self->dead_.clear();
+    }
+  }
+
+  Tree tree_;
+  std::size_t live_ = 0;
+  std::vector<typename Tree::iterator> dead_;
+  mutable std::uint32_t iterators_ = 0;
+};
+
+}  // namespace Cog

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <map>
+#include <optional>
+
+namespace Tidal {
+
+// Where a table's entries live. The in-process backing keeps them in memory; a shared-memory
+// backing (a segment that another process writes and the agent maps read-only) implements the
+// same calls. Entries are plain values; keys are ordered, which is what lets an iteration
+// resume after a key that has been removed in between.
+template <class K, class V>
+class Backing {
+ public:
+  virtual ~Backing() = default;
+
+  // The entry of `key`; nullopt when absent. `corrupt` is set when the stored bytes failed
+  // their check (the entry then reads as absent).
+  virtual std::optional<V> read(K const& key, bool* corrupt) const = 0;
+  virtual void write(K const& key, V const& value) = 0;
+  virtual bool remove(K const& key) = 0;
+  virtual std::size_t size() const = 0;
+  // The first key not less than `key`, or the first key when `key` is null.
+  virtual std::optional<K> firstAtOrAfter(K const* key) const = 0;
+  // The first key greater than `key`.
+  virtual std::optional<K> firstAfter(K const& key) const = 0;
+};
+
+// Entries in process memory. Corruption can be simulated per key, for tests of the readers'
+// corruption path.
+template <class K, class V>
+class InProcessBacking : public Backing<K, V> {
+ public:
+  std::optional<V> read(K const& key, bool* corrupt) const override {
+    auto const it = entries_.find(key);
+    if (it == entries_.end()) {
+      return std::nullopt;
+    }
+    if (it->second.corrupt) {
+      *corrupt = true;
+      return std::nullopt;
+    }
+    return it->second.value;
+  }
+  void write(K const& key, V const& value) override { entries_[key] = Slot{value, false}; }
+  bool remove(K const& key) override { return entries_.erase(key) > 0; }
+  std::size_t size() const override { return entries_.size(); }
+  std::optional<K> firstAtOrAfter(K const* key) const override {
+    auto const it = key ? entries_.lower_bound(*key) : entries_.begin();
+    return it == entries_.end() ? std::nullopt : std::optional<K>(it->first);
+  }
+  std::optional<K> firstAfter(K const& key) const override {
+    auto const it = entries_.upper_bound(key);
+    return it == entries_.end() ? std::nullopt : std::optional<K>(it->first);
+  }
+
+  // Marks the stored bytes of `key` as failing their check.
+  void corruptIs(K const& key) {
+    if (auto it = entries_.find(key); it != entries_.end()) {
+      it->second.corrupt = true;
+    }
+  }
+
+ private:
+  struct Slot {
+    V value;
+    bool corrupt;
+  };
+  std::map<K, Slot> entries_;
+};
+
+}  // namespace Tidal

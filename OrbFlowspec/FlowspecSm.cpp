@@ -1,0 +1,74 @@
+#include "OrbFlowspec/FlowspecSm.h"
+
+#include "platform/trace/Trace.h"
+
+namespace OrbFlowspec {
+
+namespace {
+Trace::Handle gTrace("FlowspecSm");
+Cog::String const kFlowspec = "Flowspec";
+PolicyMap::MapType const kFlowspecMapType = PolicyMap::mapTypeFlowspec;
+}  // namespace
+
+Cog::Ptr<FlowspecMounts> flowspecMountsFactory() { return Cog::make<FlowspecMounts>(); }
+
+Cog::Ptr<FlowspecSm> flowspecSmFactory(Cog::Ptr<FlowspecMounts> flowspecMounts,
+                                       Cog::Ptr<PolicyMap::PolicyMapAclHelper> aclHelper,
+                                       Cog::Ptr<Kiln::TaskScheduler> scheduler,
+                                       Cog::Ptr<Kiln::TimerWheel> timerWheel,
+                                       Cog::Ptr<Orb::OrbCommonSmData const> ocsd) {
+  return Cog::make<FlowspecSm>(std::move(flowspecMounts), std::move(aclHelper),
+                               std::move(scheduler), std::move(timerWheel), std::move(ocsd));
+}
+
+FlowspecSm::FlowspecSm(Cog::Ptr<FlowspecMounts> flowspecMounts,
+                       Cog::Ptr<PolicyMap::PolicyMapAclHelper> aclHelper,
+                       Cog::Ptr<Kiln::TaskScheduler> scheduler,
+                       Cog::Ptr<Kiln::TimerWheel> timerWheel,
+                       Cog::Ptr<Orb::OrbCommonSmData const> ocsd)
+    : flowspecMounts_(std::move(flowspecMounts)),
+      aclHelper_(std::move(aclHelper)),
+      scheduler_(std::move(scheduler)),
+      timerWheel_(std::move(timerWheel)),
+      ocsd_(std::move(ocsd)) {
+  handleInitialized();
+}
+
+Cog::Ptr<PolicyMap::ClassMapTypeConfig> FlowspecSm::cmapTypeConfigIs(Cog::String const& name) {
+  return policyMapConfig()->cmapTypeIs(name);
+}
+
+Cog::Ptr<PolicyMap::PolicyMapTypeConfig> FlowspecSm::pmapTypeConfigIs(
+    Cog::String const& name, PolicyMap::MapType mapType) {
+  return policyMapConfig()->pmapTypeIs(name, mapType);
+}
+
+void FlowspecSm::handleInitialized() {
+  TRACE(gTrace, 2, "handleInitialized ", fwkType());
+  TRACE(gTrace, 8, "handleInitialized");
+  policyMapConfigIs("policyMapConfig");
+  pmapTypeConfigIs(kFlowspec, kFlowspecMapType);
+  cmapTypeConfigIs(kFlowspec)->typeIs(kFlowspecMapType);
+  intfConfigIs(kFlowspec)->typeIs(kFlowspecMapType);
+  pbrStatusIs(kFlowspec)->typeIs(kFlowspecMapType);
+  pmapStatusReqIs(kFlowspec);
+  flowspecMounts_->flowspecStatus()->flowspecSupportedIs(true);
+  initializedIs(true);
+  // The long-lived state machines (rule set walker, configuration root, status root,
+  // unsupported-qualifier root, PBR hook) are created here, in that order.
+}
+
+void FlowspecSm::dumpState(Kiln::DumpContext* ctx, int indent) const {
+  Kiln::dumpf(ctx, indent, "FlowspecSm\n");
+  if (policyMapConfig()) {
+    policyMapConfig()->dumpState(ctx, indent + 2);
+  }
+  if (auto const& config = flowspecMounts_->flowspecConfig()) {
+    config->dumpState(ctx, indent + 2);
+  }
+  if (auto const& status = flowspecMounts_->flowspecStatus()) {
+    status->dumpState(ctx, indent + 2);
+  }
+}
+
+}  // namespace OrbFlowspec

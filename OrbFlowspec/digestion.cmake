@@ -1,0 +1,1 @@
+# Rule digestion: the rule set walker, range groups and bitmask groups.

@@ -1,0 +1,2 @@
+# Root state machine and mounts.
+list(APPEND ORBFLOWSPEC_SRCS FlowspecSm.cpp)

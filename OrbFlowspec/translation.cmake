@@ -1,0 +1,1 @@
+# Match translation: class-map match building and the expansions.

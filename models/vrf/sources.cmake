@@ -1,0 +1,1 @@
+list(APPEND MODELS_SRCS vrf/VrfIdMap.cpp)

@@ -1,0 +1,109 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "models/flowspec/MatchOpVal.h"
+#include "platform/cog/Errors.h"
+#include "platform/nwk/IpGenPrefix.h"
+
+namespace Flowspec {
+
+// A text that is not a rule key; the text names the offending position.
+class KeyParseError : public Cog::Error {
+ public:
+  using Cog::Error::Error;
+};
+
+// The identity of one rule within a VRF: its match. The address family (IPv4 or IPv6) is part
+// of the identity, so a key without prefixes still belongs to one family. The operator/value
+// pairs keep the operator byte exactly as it came on the wire; the prefixes are the empty
+// prefix when the rule has none.
+//
+// operator< is the flowspec rule precedence (RFC 8955 section 5.1, RFC 8956 for IPv6 without
+// prefix offsets): the rule that a flowspec router applies first comes first. IPv4 keys come
+// before IPv6 keys. Keys that the RFC comparison finds equal but that differ (possible only with
+// odd encodings) are ordered by their content, so the order is strict and agrees with ==.
+//
+// stringValue() is the canonical text, which round-trips exactly through copyInStringValue and
+// is also how people write rules:
+//   "ipv4 dst 10.0.0.0/8 proto =6 dport >=1024&<=2048|=80 tcp-flags =syn&!ack"
+//   key       := "ipv4" | "ipv6", then components separated by blanks
+//   component := ("dst" | "src") prefix | name list, one run of pairs of one type
+//   name      := proto port dport sport icmp-type icmp-code tcp-flags len dscp frag flow-label,
+//                or "type" N for other type numbers
+//   list      := ["&"] pair { ("&" | "|") pair }   "&" sets the AND bit, "|" clears it
+//   numeric   := ("=" | "<" | ">" | "<=" | ">=" | "!=") decimal
+//   bitmask   := ["!"] ["="] flags   "=" is MATCH (all set), "!" is NOT: "=syn+ack" all set,
+//                "syn+ack" any set, "!syn" none set, "!=syn+ack" not all set; flags by name
+//                (tcp: fin syn rst psh ack urg ece cwr ns; frag: df isf ff lf) or 0xHEX
+//   raw       := "#0x" HEX ":" value  the whole operator byte, for anything else
+// A compact pair implies the canonical operator byte: the minimal value length and the end
+// bit on the last pair of the run only. Protocol names (tcp, udp, icmp, ...) are accepted
+// after "proto" and printed as numbers.
+class FlowspecKey {
+ public:
+  static constexpr std::uint32_t kMaxValue = 0xFFFFF;
+
+  struct OpVal {
+    MatchCompType type;
+    std::uint8_t op;
+    std::uint32_t value;
+    bool operator==(OpVal const&) const = default;
+  };
+
+  FlowspecKey() = default;
+  // Throws a range error unless `af` is IPv4 or IPv6.
+  explicit FlowspecKey(Nwk::AddressFamily af);
+
+  Nwk::AddressFamily af() const { return af_; }
+  Nwk::IpGenPrefix const& destinationPrefix() const { return destinationPrefix_; }
+  Nwk::IpGenPrefix const& sourcePrefix() const { return sourcePrefix_; }
+  // A non-empty prefix must be of the key's family (range error otherwise).
+  void destinationPrefixIs(Nwk::IpGenPrefix const& prefix);
+  void sourcePrefixIs(Nwk::IpGenPrefix const& prefix);
+
+  std::size_t opValCount() const { return opVals_.size(); }
+  std::vector<OpVal> const& opVals() const { return opVals_; }
+  // Appends a pair; range errors past 2048 pairs or for a value above 0xFFFFF.
+  void opValAppend(MatchCompType type, std::uint8_t op, std::uint32_t value);
+  // The pair at `index`; type none, op 0, value 0 and next 0 when the key has no such pair.
+  MatchOpValResult getOptVal(MatchOpValIndex index) const;
+
+  std::size_t hash() const;
+  bool operator==(FlowspecKey const&) const = default;
+  bool operator<(FlowspecKey const& other) const;
+
+  std::string stringValue() const;
+  std::string toStrep() const { return stringValue(); }
+  // Replaces this key by the key of `text`; throws KeyParseError when it does not parse.
+  void copyInStringValue(std::string_view text);
+  static std::optional<FlowspecKey> parse(std::string_view text, std::string* error);
+
+ private:
+  Nwk::AddressFamily af_ = Nwk::AddressFamily::ipv4;
+  Nwk::IpGenPrefix destinationPrefix_;
+  Nwk::IpGenPrefix sourcePrefix_;
+  std::vector<OpVal> opVals_;
+};
+
+inline std::ostream& operator<<(std::ostream& os, FlowspecKey const& key) {
+  return os << key.stringValue();
+}
+
+// The operator byte that a compact pair of the text implies: the logical bits and AND bit
+// given, the minimal length for the value, the end bit when it is the last pair of its run.
+std::uint8_t canonicalOpByte(std::uint8_t logicalAndBits, std::uint32_t value, bool lastOfRun);
+
+}  // namespace Flowspec
+
+template <>
+struct std::hash<Flowspec::FlowspecKey> {
+  std::size_t operator()(Flowspec::FlowspecKey const& key) const noexcept { return key.hash(); }
+};

@@ -1,0 +1,385 @@
+// The text form of rule keys: printing the canonical text and parsing it (and hand-written
+// rules) back. The grammar is described with FlowspecKey.
+#include <cctype>
+#include <cstdio>
+
+#include "models/flowspec/FlowspecKey.h"
+#include "models/flowspec/MatchComponent.h"
+
+namespace Flowspec {
+
+namespace {
+
+enum class Kind { numeric, bitmask, other };
+
+Kind kindOf(MatchCompType type) {
+  if (isBitMaskType(type)) {
+    return Kind::bitmask;
+  }
+  return isNumericalRangeType(type) ? Kind::numeric : Kind::other;
+}
+
+char const* const kNumericOps[] = {nullptr, "=", ">", ">=", "<", "<=", "!=", nullptr};
+
+char const* flagName(MatchCompType type, unsigned bit) {
+  static char const* const kTcp[] = {"fin", "syn", "rst", "psh", "ack", "urg", "ece", "cwr", "ns"};
+  static char const* const kFrag[] = {"df", "isf", "ff", "lf"};
+  if (type == MatchCompType::tcpFlags) {
+    return bit < 9 ? kTcp[bit] : nullptr;
+  }
+  return bit < 4 ? kFrag[bit] : nullptr;
+}
+
+std::string hexText(std::uint32_t value) {
+  char text[16];
+  std::snprintf(text, sizeof text, "0x%x", value);
+  return text;
+}
+
+std::string flagsText(MatchCompType type, std::uint32_t value) {
+  std::string out;
+  for (unsigned bit = 0; bit < 32 && value >> bit; ++bit) {
+    if (!((value >> bit) & 1)) {
+      continue;
+    }
+    char const* name = flagName(type, bit);
+    if (!name) {
+      return hexText(value);
+    }
+    out += out.empty() ? "" : "+";
+    out += name;
+  }
+  return out.empty() ? hexText(value) : out;
+}
+
+std::string valueText(MatchCompType type, std::uint32_t value) {
+  return kindOf(type) == Kind::bitmask ? flagsText(type, value) : std::to_string(value);
+}
+
+std::string pairText(FlowspecKey::OpVal const& pair, bool lastOfRun) {
+  Kind const kind = kindOf(pair.type);
+  std::uint8_t const logical = pair.op & (kind == Kind::numeric ? 0x07 : 0x03);
+  std::uint8_t const canonical =
+      canonicalOpByte(static_cast<std::uint8_t>(logical | (pair.op & OpBits::kAnd)), pair.value,
+                      lastOfRun);
+  if (pair.op == canonical && kind == Kind::numeric && kNumericOps[logical]) {
+    return kNumericOps[logical] + std::to_string(pair.value);
+  }
+  if (pair.op == canonical && kind == Kind::bitmask) {
+    return std::string((pair.op & OpBits::kNot) ? "!" : "") +
+           ((pair.op & OpBits::kMatch) ? "=" : "") + flagsText(pair.type, pair.value);
+  }
+  char op[8];
+  std::snprintf(op, sizeof op, "#0x%02x:", pair.op);
+  return op + valueText(pair.type, pair.value);
+}
+
+}  // namespace
+
+std::string FlowspecKey::stringValue() const {
+  std::string out = af_ == Nwk::AddressFamily::ipv6 ? "ipv6" : "ipv4";
+  if (!destinationPrefix_.isEmpty()) {
+    out += " dst " + destinationPrefix_.toStrep();
+  }
+  if (!sourcePrefix_.isEmpty()) {
+    out += " src " + sourcePrefix_.toStrep();
+  }
+  for (std::size_t i = 0; i < opVals_.size(); ++i) {
+    bool const first = i == 0 || opVals_[i - 1].type != opVals_[i].type;
+    bool const last = i + 1 == opVals_.size() || opVals_[i + 1].type != opVals_[i].type;
+    if (first) {
+      // Prefix types have a prefix syntax of their own; as pairs they go by number.
+      MatchCompType const type = opVals_[i].type;
+      out += " " + (isPrefixType(type) ? "type" + std::to_string(static_cast<unsigned>(type))
+                                       : compTypeName(type)) +
+             " ";
+    }
+    bool const andBit = opVals_[i].op & OpBits::kAnd;
+    out += andBit ? "&" : first ? "" : "|";
+    out += pairText(opVals_[i], last);
+  }
+  return out;
+}
+
+namespace {
+
+class Parser {
+ public:
+  explicit Parser(std::string_view text) : text_(text) {}
+
+  std::optional<FlowspecKey> parse(std::string* error) {
+    try {
+      return parseKey();
+    } catch (Cog::Error const& e) {  // parse errors, and the limits of keys
+      if (error) {
+        *error = e.what();
+      }
+      return std::nullopt;
+    }
+  }
+
+ private:
+  [[noreturn]] void fail(std::size_t pos, std::string const& what) {
+    throw KeyParseError("position " + std::to_string(pos) + ": " + what);
+  }
+
+  void skipBlanks() {
+    while (pos_ < text_.size() && text_[pos_] == ' ') {
+      ++pos_;
+    }
+  }
+  bool atEnd() const { return pos_ >= text_.size(); }
+  char peek() const { return atEnd() ? '\0' : text_[pos_]; }
+  bool consume(std::string_view token) {
+    if (text_.substr(pos_, token.size()) == token) {
+      pos_ += token.size();
+      return true;
+    }
+    return false;
+  }
+  std::string_view word() {
+    std::size_t const start = pos_;
+    while (!atEnd() && text_[pos_] != ' ') {
+      ++pos_;
+    }
+    return text_.substr(start, pos_ - start);
+  }
+
+  FlowspecKey parseKey() {
+    skipBlanks();
+    std::size_t const familyPos = pos_;
+    std::string_view const family = word();
+    if (family != "ipv4" && family != "ipv6") {
+      fail(familyPos, "expected ipv4 or ipv6");
+    }
+    FlowspecKey key(family == "ipv4" ? Nwk::AddressFamily::ipv4 : Nwk::AddressFamily::ipv6);
+    for (skipBlanks(); !atEnd(); skipBlanks()) {
+      std::size_t const namePos = pos_;
+      std::string_view const name = word();
+      if (name == "dst" || name == "src") {
+        parsePrefix(key, name == "dst", namePos);
+      } else {
+        parseList(key, typeOf(name, namePos), name);
+      }
+    }
+    return key;
+  }
+
+  void parsePrefix(FlowspecKey& key, bool destination, std::size_t namePos) {
+    skipBlanks();
+    std::size_t const prefixPos = pos_;
+    auto const prefix = Nwk::IpGenPrefix::parse(word());
+    if (!prefix) {
+      fail(prefixPos, "expected a prefix after '" + std::string(destination ? "dst" : "src") + "'");
+    }
+    if (prefix->af() != key.af()) {
+      fail(prefixPos, "the prefix is not of the key's address family");
+    }
+    Nwk::IpGenPrefix const& current = destination ? key.destinationPrefix() : key.sourcePrefix();
+    if (!current.isEmpty()) {
+      fail(namePos, std::string("a second ") + (destination ? "destination" : "source") +
+                        " prefix");
+    }
+    destination ? key.destinationPrefixIs(*prefix) : key.sourcePrefixIs(*prefix);
+  }
+
+  MatchCompType typeOf(std::string_view name, std::size_t namePos) {
+    for (std::uint32_t t = 3; t <= 13; ++t) {
+      if (compTypeName(static_cast<MatchCompType>(t)) == name) {
+        return static_cast<MatchCompType>(t);
+      }
+    }
+    if (name.size() > 4 && name.substr(0, 4) == "type") {
+      std::uint32_t number = 0;
+      bool digits = name.size() <= 6;
+      for (char c : name.substr(4)) {
+        digits = digits && std::isdigit(static_cast<unsigned char>(c));
+        number = number * 10 + static_cast<std::uint32_t>(c - '0');
+      }
+      if (digits && number <= 15) {
+        return static_cast<MatchCompType>(number);
+      }
+    }
+    if (name.empty()) {
+      fail(namePos, "expected a component");
+    }
+    fail(namePos, "unknown component '" + std::string(name) + "'");
+  }
+
+  struct Parsed {
+    std::uint8_t op;
+    std::uint32_t value;
+    bool raw;
+  };
+
+  void parseList(FlowspecKey& key, MatchCompType type, std::string_view name) {
+    skipBlanks();
+    std::vector<Parsed> pairs;
+    bool andBit = consume("&");
+    for (;;) {
+      if (atEnd() || peek() == ' ') {
+        fail(pos_, "expected an operator after '" + std::string(name) + "'");
+      }
+      pairs.push_back(parsePair(type, andBit));
+      if (consume("&")) {
+        andBit = true;
+      } else if (consume("|")) {
+        andBit = false;
+      } else {
+        break;
+      }
+    }
+    if (!atEnd() && peek() != ' ') {
+      fail(pos_, "expected '&', '|' or a blank");
+    }
+    for (std::size_t i = 0; i < pairs.size(); ++i) {
+      std::uint8_t const op =
+          pairs[i].raw ? pairs[i].op
+                       : canonicalOpByte(pairs[i].op, pairs[i].value, i + 1 == pairs.size());
+      key.opValAppend(type, op, pairs[i].value);
+    }
+  }
+
+  Parsed parsePair(MatchCompType type, bool andBit) {
+    std::uint8_t const andOp = andBit ? OpBits::kAnd : 0;
+    std::size_t const pairPos = pos_;
+    if (consume("#0x")) {
+      std::uint32_t op = 0;
+      std::size_t digits = 0;
+      while (digits < 2 && std::isxdigit(static_cast<unsigned char>(peek()))) {
+        op = op * 16 + static_cast<std::uint32_t>(std::isdigit(static_cast<unsigned char>(peek()))
+                                                      ? peek() - '0'
+                                                      : std::tolower(peek()) - 'a' + 10);
+        ++pos_;
+        ++digits;
+      }
+      if (digits == 0 || !consume(":")) {
+        fail(pairPos, "expected '#0xHH:' with the operator byte in hexadecimal");
+      }
+      if (((op & OpBits::kAnd) != 0) != andBit) {
+        fail(pairPos, "the AND bit of the operator disagrees with the separator");
+      }
+      return Parsed{static_cast<std::uint8_t>(op), parseValue(type), true};
+    }
+    if (kindOf(type) == Kind::bitmask) {
+      std::uint8_t op = andOp;
+      op |= consume("!") ? OpBits::kNot : 0;
+      op |= consume("=") ? OpBits::kMatch : 0;
+      return Parsed{op, parseValue(type), false};
+    }
+    if (kindOf(type) == Kind::other) {
+      fail(pairPos, "a component without a name takes raw pairs '#0xHH:value'");
+    }
+    static constexpr std::pair<char const*, std::uint8_t> kOps[] = {
+        {"<=", 5}, {">=", 3}, {"!=", 6}, {"=", 1}, {"<", 4}, {">", 2}};
+    for (auto const& [token, bits] : kOps) {
+      if (consume(token)) {
+        return Parsed{static_cast<std::uint8_t>(andOp | bits), parseValue(type), false};
+      }
+    }
+    fail(pairPos, "expected an operator (=, <, >, <=, >=, !=)");
+  }
+
+  std::uint32_t parseValue(MatchCompType type) {
+    std::size_t const valuePos = pos_;
+    std::size_t end = pos_;
+    while (end < text_.size() && text_[end] != ' ' && text_[end] != '&' && text_[end] != '|') {
+      ++end;
+    }
+    std::string_view const token = text_.substr(pos_, end - pos_);
+    pos_ = end;
+    if (token.empty()) {
+      fail(valuePos, "expected a value");
+    }
+    std::optional<std::uint64_t> value;
+    if (token.size() > 2 && token.substr(0, 2) == "0x") {
+      value = number(token.substr(2), 16);
+    } else if (std::isdigit(static_cast<unsigned char>(token[0]))) {
+      value = number(token, 10);
+    } else if (kindOf(type) == Kind::bitmask) {
+      value = flags(type, token);
+    } else if (type == MatchCompType::ipProtocol) {
+      value = protocol(token);
+    }
+    if (!value) {
+      fail(valuePos, "expected a value, not '" + std::string(token) + "'");
+    }
+    if (*value > FlowspecKey::kMaxValue) {
+      fail(valuePos, "value above 1048575");
+    }
+    return static_cast<std::uint32_t>(*value);
+  }
+
+  static std::optional<std::uint64_t> number(std::string_view digits, int base) {
+    if (digits.empty() || digits.size() > 8) {
+      return std::nullopt;
+    }
+    std::uint64_t value = 0;
+    for (char c : digits) {
+      int digit = std::isdigit(static_cast<unsigned char>(c)) ? c - '0'
+                  : std::isxdigit(static_cast<unsigned char>(c)) && base == 16
+                      ? std::tolower(c) - 'a' + 10
+                      : -1;
+      if (digit < 0) {
+        return std::nullopt;
+      }
+      value = value * static_cast<std::uint64_t>(base) + static_cast<std::uint64_t>(digit);
+    }
+    return value;
+  }
+
+  static std::optional<std::uint64_t> flags(MatchCompType type, std::string_view names) {
+    std::uint64_t value = 0;
+    while (!names.empty()) {
+      std::size_t const plus = names.find('+');
+      std::string_view const name = names.substr(0, plus);
+      bool found = false;
+      for (unsigned bit = 0; flagName(type, bit); ++bit) {
+        if (name == flagName(type, bit)) {
+          value |= 1u << bit;
+          found = true;
+        }
+      }
+      if (!found) {
+        return std::nullopt;
+      }
+      names = plus == std::string_view::npos ? std::string_view() : names.substr(plus + 1);
+      if (plus != std::string_view::npos && names.empty()) {
+        return std::nullopt;
+      }
+    }
+    return value;
+  }
+
+  static std::optional<std::uint64_t> protocol(std::string_view name) {
+    static constexpr std::pair<char const*, std::uint64_t> kProtocols[] = {
+        {"icmp", 1}, {"tcp", 6}, {"udp", 17}, {"gre", 47}, {"esp", 50},
+        {"ah", 51},  {"icmpv6", 58}, {"sctp", 132}};
+    for (auto const& [protocolName, number] : kProtocols) {
+      if (name == protocolName) {
+        return number;
+      }
+    }
+    return std::nullopt;
+  }
+
+  std::string_view text_;
+  std::size_t pos_ = 0;
+};
+
+}  // namespace
+
+std::optional<FlowspecKey> FlowspecKey::parse(std::string_view text, std::string* error) {
+  return Parser(text).parse(error);
+}
+
+void FlowspecKey::copyInStringValue(std::string_view text) {
+  std::string error;
+  auto key = parse(text, &error);
+  if (!key) {
+    throw KeyParseError(error);
+  }
+  *this = std::move(*key);
+}
+
+}  // namespace Flowspec

@@ -1,0 +1,74 @@
+#include "models/flowspec/FlowspecTidalKey.h"
+
+#include <cstdio>
+#include <tuple>
+
+namespace Flowspec {
+
+FlowspecTidalKey::FlowspecTidalKey(Vrf::VrfIdMap::VrfId vrfId, FlowspecKey const& key)
+    : vrfId_(vrfId),
+      af_(static_cast<std::uint8_t>(key.af())),
+      destinationPrefix_(key.destinationPrefix()),
+      sourcePrefix_(key.sourcePrefix()) {
+  for (auto const& pair : key.opVals()) {
+    words_.push_back(pack(pair.type, pair.op, pair.value));
+  }
+}
+
+FlowspecTidalKey::FlowspecTidalKey(Vrf::VrfIdMap::VrfId vrfId, std::uint8_t af,
+                                   Nwk::IpGenPrefix destination, Nwk::IpGenPrefix source,
+                                   std::uint32_t const* words, std::size_t count)
+    : vrfId_(vrfId),
+      af_(af),
+      destinationPrefix_(std::move(destination)),
+      sourcePrefix_(std::move(source)) {
+  words_.copyIn(words, count);
+}
+
+FlowspecKey FlowspecTidalKey::getFlowspecKey() const {
+  if (af_ != 1 && af_ != 2) {
+    throw Cog::RangeError("FlowspecTidalKey::af not ipv4 or ipv6 not allowed");
+  }
+  FlowspecKey key(static_cast<Nwk::AddressFamily>(af_));
+  key.destinationPrefixIs(destinationPrefix_);
+  key.sourcePrefixIs(sourcePrefix_);
+  for (std::uint32_t word : words_) {
+    key.opValAppend(static_cast<MatchCompType>(word >> 28),
+                    static_cast<std::uint8_t>(word >> 20), word & 0xFFFFF);
+  }
+  return key;
+}
+
+bool FlowspecTidalKey::operator<(FlowspecTidalKey const& other) const {
+  return std::tie(vrfId_, af_, destinationPrefix_, sourcePrefix_, words_) <
+         std::tie(other.vrfId_, other.af_, other.destinationPrefix_, other.sourcePrefix_,
+                  other.words_);
+}
+
+std::size_t FlowspecTidalKey::hash() const {
+  std::size_t h = (0xcbf29ce484222325ull ^ vrfId_) * 0x100000001B3ull ^ af_;
+  h = (h ^ std::hash<Nwk::IpGenPrefix>()(destinationPrefix_)) * 0x100000001B3ull;
+  h = (h ^ std::hash<Nwk::IpGenPrefix>()(sourcePrefix_)) * 0x100000001B3ull;
+  for (std::uint32_t word : words_) {
+    h = (h ^ word) * 0x100000001B3ull;
+  }
+  return h;
+}
+
+std::string FlowspecTidalKey::toStrep() const {
+  std::string out = "vrf " + std::to_string(vrfId_) + " ";
+  try {
+    return out + getFlowspecKey().stringValue();
+  } catch (Cog::Error const&) {
+    char text[32];
+    std::snprintf(text, sizeof text, "raw af %u words", af_);
+    out += text;
+    for (std::uint32_t word : words_) {
+      std::snprintf(text, sizeof text, " %08x", word);
+      out += text;
+    }
+    return out;
+  }
+}
+
+}  // namespace Flowspec

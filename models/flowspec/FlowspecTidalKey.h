@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "models/flowspec/FlowspecKey.h"
+#include "models/vrf/VrfId.h"
+#include "platform/tidal/PodArray.h"
+
+namespace Flowspec {
+
+// The key of the raw rule table as the routing process writes it: the VRF, and the rule's
+// match encoded as plain data. It is untrusted input: getFlowspecKey() refuses what is not a
+// rule key.
+//
+// Encoding of one operator/value pair in a 32-bit word:
+//   bits 31..28  component type (0..15; flowspec uses 3..13 here, prefixes are separate)
+//   bits 27..20  the operator byte as on the wire (end, AND, length, operator bits)
+//   bits 19..0   the value, up to 0xFFFFF (the IPv6 flow label is the widest field)
+// A key has at most 2048 pairs. The default key is the empty key, which no rule has.
+class FlowspecTidalKey {
+ public:
+  using Words = Tidal::PodArray<std::uint32_t, 2048>;
+
+  static std::uint32_t pack(MatchCompType type, std::uint8_t op, std::uint32_t value) {
+    return static_cast<std::uint32_t>(type) << 28 | std::uint32_t{op} << 20 | (value & 0xFFFFF);
+  }
+
+  FlowspecTidalKey() = default;
+  FlowspecTidalKey(Vrf::VrfIdMap::VrfId vrfId, FlowspecKey const& key);
+  // From raw table content; an array of more than 2048 words throws the size error.
+  FlowspecTidalKey(Vrf::VrfIdMap::VrfId vrfId, std::uint8_t af, Nwk::IpGenPrefix destination,
+                   Nwk::IpGenPrefix source, std::uint32_t const* words, std::size_t count);
+
+  Vrf::VrfIdMap::VrfId vrfId() const { return vrfId_; }
+  std::uint8_t af() const { return af_; }
+  Nwk::IpGenPrefix const& destinationPrefix() const { return destinationPrefix_; }
+  Nwk::IpGenPrefix const& sourcePrefix() const { return sourcePrefix_; }
+  Words const& words() const { return words_; }
+  bool isEmpty() const { return *this == FlowspecTidalKey(); }
+
+  // The rule's key; a range error when the content is not a rule key (family, prefixes).
+  FlowspecKey getFlowspecKey() const;
+
+  bool operator==(FlowspecTidalKey const&) const = default;
+  bool operator<(FlowspecTidalKey const& other) const;
+  std::size_t hash() const;
+  // "vrf 3 ipv4 dport =80", or a raw dump when the content is not a rule key.
+  std::string toStrep() const;
+
+ private:
+  Vrf::VrfIdMap::VrfId vrfId_ = 0;
+  std::uint8_t af_ = 0;
+  Nwk::IpGenPrefix destinationPrefix_;
+  Nwk::IpGenPrefix sourcePrefix_;
+  Words words_;
+};
+
+inline std::ostream& operator<<(std::ostream& os, FlowspecTidalKey const& key) {
+  return os << key.toStrep();
+}
+
+}  // namespace Flowspec
+
+template <>
+struct std::hash<Flowspec::FlowspecTidalKey> {
+  std::size_t operator()(Flowspec::FlowspecTidalKey const& key) const noexcept {
+    return key.hash();
+  }
+};

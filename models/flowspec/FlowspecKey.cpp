@@ -169,8 +169,15 @@ int precedence(FlowspecKey const& a, FlowspecKey const& b) {
     if (ca[i].type != cb[i].type) {
       return ca[i].type < cb[i].type ? -1 : 1;
     }
-    int const cmp = ca[i].prefix ? comparePrefixes(*ca[i].prefix, *cb[i].prefix)
-                                 : compareBytes(encode(a, ca[i]), encode(b, cb[i]));
+    int cmp;
+    if (ca[i].prefix && cb[i].prefix) {
+      cmp = comparePrefixes(*ca[i].prefix, *cb[i].prefix);
+    } else if (!ca[i].prefix && !cb[i].prefix) {
+      cmp = compareBytes(encode(a, ca[i]), encode(b, cb[i]));
+    } else {
+      // Only a raw key puts a prefix type among its pairs: the real prefix comes first.
+      cmp = ca[i].prefix ? -1 : 1;
+    }
     if (cmp != 0) {
       return cmp;
     }

@@ -1,1 +1,2 @@
-# Sources of models/acl, relative to models/.
+# ACL value types, relative to models/.
+list(APPEND MODELS_SRCS acl/IpFilter.cpp)

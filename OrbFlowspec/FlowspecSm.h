@@ -4,7 +4,6 @@
 #include "models/mounted/MountedInputs.h"
 #include "models/policymap/Config.h"
 #include "models/policymap/IntfConfig.h"
-#include "models/policymap/PolicyMapStatusRequestDir.h"
 #include "models/policymap/PolicyMapTypeStatus.h"
 #include "models/policymap/PolicyMapAclHelper.h"
 #include "platform/kiln/KilnBaseOutputSm.h"

@@ -1,5 +1,7 @@
 #include "models/flowspec/Config.h"
 
+#include "models/flowspec/FlowspecUtil.h"
+
 namespace Flowspec {
 
 void VrfRuleConfig::dumpState(Kiln::DumpContext* ctx, int indent) const {

@@ -7,6 +7,7 @@
 #include "platform/cog/Errors.h"
 #include "platform/cog/HashMap2018.h"
 #include "platform/cog/RbTreeMap.h"
+#include "platform/cog/Record.h"
 
 namespace Cog {
 
@@ -44,11 +45,7 @@ class ReactorMap {
   template <class... Args>
   R* is(K const& key, Args&&... args) {
     if (auto* slot = map_.find(key); slot && *slot) {
-      if constexpr (requires(R const& r) { r.constructedWith(args...); }) {
-        if (!(*slot)->constructedWith(args...)) {
-          throw ReinstantiationError(attribute_);
-        }
-      }
+      detail::checkArguments(**slot, attribute_, args...);
       return slot->get();
     }
     auto reactor = std::make_unique<R>(std::forward<Args>(args)...);

@@ -7,6 +7,7 @@
 #include "platform/cog/Errors.h"
 #include "platform/cog/HashMap2018.h"
 #include "platform/cog/RbTreeMap.h"
+#include "platform/cog/System.h"
 
 // Declaring records.
 //
@@ -78,16 +79,23 @@ K const& entryKey(std::pair<K const&, V> const& entry) {
   return entry.first;
 }
 
+// Throws the reinstantiation error when an existing child was built from other arguments,
+// as far as the child can tell.
+template <class C, class... Args>
+void checkArguments(C const& child, char const* attribute, Args const&... args) {
+  if constexpr (requires { child.constructedWith(args...); }) {
+    if (!child.constructedWith(args...)) {
+      throw ReinstantiationError(attribute);
+    }
+  }
+}
+
 // Finds the child of `key` or creates it with C(key, args...).
 template <class C, class Map, class K, class... Args>
 std::pair<Ptr<C>, bool> childIs(Map& map, K const& key, char const* attribute,
                                 Args&&... args) {
   if (Ptr<C>* found = map.find(key)) {
-    if constexpr (requires(C const& c) { c.constructedWith(args...); }) {
-      if (!(*found)->constructedWith(args...)) {
-        throw ReinstantiationError(attribute);
-      }
-    }
+    checkArguments(**found, attribute, args...);
     return {*found, false};
   }
   Ptr<C> child = make<C>(key, std::forward<Args>(args)...);
@@ -224,11 +232,7 @@ void delAll(Map& map, Notify&& notify) {
   template <class... Args>                                                       \
   ::Cog::Ptr<C> x##Is(Args&&... args) {                                          \
     if (x##_) {                                                                  \
-      if constexpr (requires(C const& c) { c.constructedWith(args...); }) {      \
-        if (!x##_->constructedWith(args...)) {                                   \
-          throw ::Cog::ReinstantiationError(#x);                                 \
-        }                                                                        \
-      }                                                                          \
+      ::Cog::detail::checkArguments(*x##_, #x, args...);                         \
       return x##_;                                                               \
     }                                                                            \
     x##_ = ::Cog::make<C>(std::forward<Args>(args)...);                          \

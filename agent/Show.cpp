@@ -1,0 +1,113 @@
+#include "agent/Show.h"
+
+#include <map>
+#include <sstream>
+#include <vector>
+
+#include "models/flowspec/FlowspecUtil.h"
+#include "models/pbr/PbrFwdAction.h"
+
+namespace Agent {
+
+namespace {
+
+std::string actionText(PolicyMap::Action const& action) {
+  std::ostringstream os;
+  switch (action.actionType()) {
+    case PolicyMap::ActionType::actionPermit:
+      return "permit";
+    case PolicyMap::ActionType::actionDeny:
+      return "deny";
+    default:
+      break;
+  }
+  if (auto const* police = dynamic_cast<PolicyMap::PoliceAction const*>(&action)) {
+    os << "police " << police->rate().rate << " bps";
+  } else if (auto const* dscp = dynamic_cast<PolicyMap::SetDscpAction const*>(&action)) {
+    os << "set dscp " << static_cast<int>(dscp->dscp().value());
+  } else if (auto const* redirect = dynamic_cast<Pbr::PbrFwdAction const*>(&action)) {
+    os << "redirect vrf " << redirect->vrfName().value();
+    for (auto const& [address, resolve] : redirect->nexthop()) {
+      os << " nexthop " << address.toStrep();
+    }
+  } else {
+    os << "action " << static_cast<int>(action.actionType());
+  }
+  return os.str();
+}
+
+void showClassMap(std::ostream& os, PolicyMap::ClassMapTypeConfig const& cmapType,
+                  std::string const& className) {
+  auto const cmap = cmapType.cmap(className);
+  auto const current = cmap ? cmap->currCfg() : nullptr;
+  if (!current) {
+    os << "      (no class-map)\n";
+    return;
+  }
+  for (auto const& [option, match] : current->match()) {
+    for (auto const& [seq, rule] : match->ipRule()) {
+      os << "      " << seq << " " << rule.filter().toStrep() << "\n";
+    }
+    for (auto const& [seq, rule] : match->ip6Rule()) {
+      os << "      " << seq << " " << rule.filter().toStrep() << "\n";
+    }
+  }
+}
+
+}  // namespace
+
+std::string showFlowspec(OrbFlowspec::FlowspecSm const& root) {
+  std::ostringstream os;
+  Flowspec::FlowspecUtil const util;
+  auto const& mounts = *root.flowspecMounts();
+  auto const pmapType = root.policyMapConfig()->pmapType("Flowspec");
+  auto const cmapType = root.policyMapConfig()->cmapType("Flowspec");
+
+  std::map<std::string, std::vector<std::string>> boundIntfs;
+  for (auto const& [intf, policy] : root.intfConfig()->intf()) {
+    boundIntfs[policy].push_back(intf.toStrep());
+  }
+
+  for (auto const& [vrfId, vrfRuleConfig] : mounts.flowspecConfig()->vrfRuleConfig()) {
+    std::string const vrfName = mounts.vrfIdStatus()->vrfName(vrfId);
+    os << "VRF " << vrfId << " " << (vrfName.empty() ? "(no name)" : vrfName) << "\n";
+    auto const policy = vrfName.empty() ? nullptr : pmapType->pmap(vrfName);
+    if (policy && policy->currCfg()) {
+      os << "  policy-map " << vrfName << ", interfaces:";
+      for (auto const& intf : boundIntfs[vrfName]) {
+        os << " " << intf;
+      }
+      os << (boundIntfs[vrfName].empty() ? " none\n" : "\n");
+      auto const current = policy->currCfg();
+      for (auto const& [prio, className] : current->classPrio()) {
+        os << "    class " << prio << " \"" << className << "\"";
+        if (auto const classAction = current->classAction(className)) {
+          for (auto const& [type, action] : classAction->policyAction()) {
+            os << " | " << actionText(*action);
+          }
+        }
+        os << "\n";
+        showClassMap(os, *cmapType, className);
+      }
+    } else {
+      os << "  no policy-map\n";
+    }
+    if (auto const vrfStatus = mounts.flowspecStatus()->vrfRuleStatus(vrfId)) {
+      for (auto const& [key, status] : vrfStatus->ruleStatus()) {
+        os << "  status \"" << key.stringValue() << "\": "
+           << util.statusCodeToStrep(status->statusCode());
+        if (!status->errorReason().empty()) {
+          os << " (" << status->errorReason() << ")";
+        }
+        os << "\n";
+      }
+    }
+    for (auto const& [key, infeasible] : vrfRuleConfig->infeasibleRule()) {
+      os << "  infeasible \"" << key.stringValue() << "\" ruleId " << infeasible->ruleId()
+         << ": " << util.compTypeToDetailLabel(infeasible->matchCompType()) << "\n";
+    }
+  }
+  return os.str();
+}
+
+}  // namespace Agent

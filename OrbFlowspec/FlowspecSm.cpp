@@ -43,6 +43,13 @@ Cog::Ptr<PolicyMap::PolicyMapTypeConfig> FlowspecSm::pmapTypeConfigIs(
   return policyMapConfig()->pmapTypeIs(name, mapType);
 }
 
+Cog::Ptr<RuleSetSm> FlowspecSm::ruleSetSmIs(Cog::Ptr<Kiln::TaskScheduler> const& scheduler,
+                                            Cog::Ptr<Flowspec::RuleSet const> const& ruleSet,
+                                            Cog::Ptr<Flowspec::Config> const& config) {
+  ruleSetSm_ = ruleSetSmFactory(scheduler, ruleSet, config);
+  return ruleSetSm_;
+}
+
 void FlowspecSm::handleInitialized() {
   TRACE(gTrace, 2, "handleInitialized ", fwkType());
   TRACE(gTrace, 8, "handleInitialized");
@@ -54,8 +61,8 @@ void FlowspecSm::handleInitialized() {
   pmapStatusReqIs(kFlowspec);
   flowspecMounts_->flowspecStatus()->flowspecSupportedIs(true);
   initializedIs(true);
-  // The long-lived state machines (rule set walker, configuration root, status root,
-  // unsupported-qualifier root, PBR hook) are created here, in that order.
+  auto const& mounts = *flowspecMounts_;
+  ruleSetSmIs(scheduler_, mounts.flowspecTidal(), mounts.flowspecConfig());
 }
 
 void FlowspecSm::dumpState(Kiln::DumpContext* ctx, int indent) const {

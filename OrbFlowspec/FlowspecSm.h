@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OrbFlowspec/FlowspecMounts.h"
+#include "OrbFlowspec/RuleSetSm.h"
 #include "models/mounted/MountedInputs.h"
 #include "models/policymap/Config.h"
 #include "models/policymap/IntfConfig.h"
@@ -42,6 +43,13 @@ class FlowspecSm : public Kiln::KilnBaseOutputSm {
   Cog::Ptr<PolicyMap::PolicyMapTypeConfig> pmapTypeConfigIs(Cog::String const& name,
                                                             PolicyMap::MapType mapType);
 
+  // The rule set walker, created with exactly these inputs.
+  Cog::Ptr<RuleSetSm> const& ruleSetSm() const { return ruleSetSm_; }
+  Cog::Ptr<RuleSetSm> ruleSetSmIs(Cog::Ptr<Kiln::TaskScheduler> const& scheduler,
+                                  Cog::Ptr<Flowspec::RuleSet const> const& ruleSet,
+                                  Cog::Ptr<Flowspec::Config> const& config);
+  void ruleSetSmDel() { ruleSetSm_ = nullptr; }
+
   // Kiln::KilnBaseOutputSm:
   void dumpState(Kiln::DumpContext* ctx, int indent) const override;
   char const* fwkType() const override { return "FlowspecSm"; }
@@ -54,6 +62,7 @@ class FlowspecSm : public Kiln::KilnBaseOutputSm {
   Cog::Ptr<Kiln::TaskScheduler> scheduler_;
   Cog::Ptr<Kiln::TimerWheel> timerWheel_;
   Cog::Ptr<Orb::OrbCommonSmData const> ocsd_;
+  Cog::Ptr<RuleSetSm> ruleSetSm_;
 };
 
 // Creates the root state machine; the returned object is fully wired.

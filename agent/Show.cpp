@@ -92,6 +92,9 @@ std::string showFlowspec(OrbFlowspec::FlowspecSm const& root) {
     } else {
       os << "  no policy-map\n";
     }
+    for (auto const& [key, rule] : vrfRuleConfig->rule()) {
+      os << "  rule \"" << key.stringValue() << "\": " << rule->toStrep() << "\n";
+    }
     if (auto const vrfStatus = mounts.flowspecStatus()->vrfRuleStatus(vrfId)) {
       for (auto const& [key, status] : vrfStatus->ruleStatus()) {
         os << "  status \"" << key.stringValue() << "\": "

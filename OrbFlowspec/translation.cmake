@@ -1,1 +1,6 @@
 # Match translation: class-map match building and the expansions.
+list(APPEND ORBFLOWSPEC_SRCS
+  BitMaskExpansion.cpp
+  ClassMapMatch.cpp
+  FlowspecTestTypes.cpp
+  NumericalRangeExpansion.cpp)

@@ -77,6 +77,13 @@ void doCleanupCmapConfig(Cog::String const& vrfName,
                          Cog::Ptr<PolicyMap::ClassMapTypeConfig> const& cmapTypeConfig,
                          Cog::String const& className, Cog::String const& reason) {
   TRACE(gTrace, 3, vrfName, " Cleanup of ", className, " due to ", reason);
+  if (auto const cmap = cmapTypeConfig->cmapInput(className)) {
+    cmap->userDel(vrfName);
+    if (!cmap->user().empty()) {
+      TRACE(gTrace, 5, className, " still used by ", *cmap->user().firstKey());
+      return;
+    }
+  }
   cmapTypeConfig->cmapDel(className);
   cmapTypeConfig->cmapInputDel(className);
 }
@@ -93,13 +100,17 @@ void processRuleMatchSet(Flowspec::FlowspecKey const& key, Cog::String const& vr
     vrfRuleStatus->ruleStatusDel(key);
     return;
   }
-  if (cmapTypeConfig->cmap().contains(className)) {
+  if (auto const published = cmapTypeConfig->cmap(className)) {
+    // Built already, for this VRF or another with the same rule: share it.
     TRACE(gTrace, 5, "flowspec rule was already processed for ", className);
+    published->userIs(vrfName);
+    vrfRuleStatus->ruleStatusIs(key);
     return;
   }
   TRACE(gTrace, 5, "className ", className, " is being processed");
   auto const ruleStatus = vrfRuleStatus->ruleStatusIs(key);
   auto const cmap = cmapTypeConfig->cmapInputIs(className);
+  cmap->userIs(vrfName);
   cmapTypeConfig->cmapIs(cmap);
   Kiln::UniqueId const version = Kiln::UniqueId::next();
   auto const cmapSub = cmap->subconfigIs(className, version);

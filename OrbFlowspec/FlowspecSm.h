@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OrbFlowspec/FlowspecConfigSm.h"
 #include "OrbFlowspec/FlowspecMounts.h"
 #include "OrbFlowspec/RuleSetSm.h"
 #include "models/mounted/MountedInputs.h"
@@ -50,6 +51,20 @@ class FlowspecSm : public Kiln::KilnBaseOutputSm {
                                   Cog::Ptr<Flowspec::Config> const& config);
   void ruleSetSmDel() { ruleSetSm_ = nullptr; }
 
+  // The configuration root, created with exactly these inputs, in this order.
+  Cog::Ptr<FlowspecConfigSm> const& flowspecConfigSm() const { return flowspecConfigSm_; }
+  Cog::Ptr<FlowspecConfigSm> flowspecConfigSmIs(
+      Cog::Ptr<Flowspec::Config const> const& config,
+      Cog::Ptr<L3::Intf::StatusDir const> const& l3StatusDir,
+      Cog::Ptr<Vrf::VrfIdMap::Status const> const& vrfIdStatus,
+      Cog::Ptr<Flowspec::CliConfig const> const& cliConfig,
+      Cog::Ptr<PolicyMap::PolicyMapTypeStatus const> const& pmapTypeStatus,
+      Cog::Ptr<PolicyMap::IntfConfig> const& intfConfig,
+      Cog::Ptr<PolicyMap::PolicyMapTypeConfig> const& pmapTypeConfig,
+      Cog::Ptr<PolicyMap::ClassMapTypeConfig> const& cmapTypeConfig,
+      Cog::Ptr<Flowspec::Status> const& status, Cog::Ptr<Kiln::TaskScheduler> const& scheduler);
+  void flowspecConfigSmDel() { flowspecConfigSm_ = nullptr; }
+
   // Kiln::KilnBaseOutputSm:
   void dumpState(Kiln::DumpContext* ctx, int indent) const override;
   char const* fwkType() const override { return "FlowspecSm"; }
@@ -63,6 +78,7 @@ class FlowspecSm : public Kiln::KilnBaseOutputSm {
   Cog::Ptr<Kiln::TimerWheel> timerWheel_;
   Cog::Ptr<Orb::OrbCommonSmData const> ocsd_;
   Cog::Ptr<RuleSetSm> ruleSetSm_;
+  Cog::Ptr<FlowspecConfigSm> flowspecConfigSm_;
 };
 
 // Creates the root state machine; the returned object is fully wired.

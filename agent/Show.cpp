@@ -90,10 +90,11 @@ std::string showFlowspec(OrbFlowspec::FlowspecSm const& root) {
         showClassMap(os, *cmapType, className);
       }
     } else {
+      // Without a policy-map (the VRF has no name yet), show what was digested.
       os << "  no policy-map\n";
-    }
-    for (auto const& [key, rule] : vrfRuleConfig->rule()) {
-      os << "  rule \"" << key.stringValue() << "\": " << rule->toStrep() << "\n";
+      for (auto const& [key, rule] : vrfRuleConfig->rule()) {
+        os << "  rule \"" << key.stringValue() << "\": " << rule->toStrep() << "\n";
+      }
     }
     if (auto const vrfStatus = mounts.flowspecStatus()->vrfRuleStatus(vrfId)) {
       for (auto const& [key, status] : vrfStatus->ruleStatus()) {

@@ -37,13 +37,15 @@ class ClassMapSubConfig : public Cog::Entity {
   Cog::String name_;
 };
 
-// A class-map: its versions and the one in use.
+// A class-map: its versions and the one in use, and the policies (VRFs) whose classes use it:
+// flowspec names a class-map after its rule's match, so VRFs with the same rule share it.
 class ClassMapConfig : public Cog::Entity {
  public:
   explicit ClassMapConfig(Cog::String name) : name_(std::move(name)) {}
   COG_RECORD(ClassMapConfig,
              (orderedChildren, Kiln::UniqueId, ClassMapSubConfig, subconfig, Subconfig),
-             (ptr, ClassMapSubConfig, currCfg, CurrCfg));
+             (ptr, ClassMapSubConfig, currCfg, CurrCfg),
+             (orderedSet, Cog::String, user, User));
   Cog::String const& name() const { return name_; }
   Cog::Ptr<ClassMapSubConfig> subconfigIs(Cog::String const& name, Kiln::UniqueId version) {
     return subconfigIs(version, name);

@@ -1,0 +1,254 @@
+// Whole-stack scenarios of the translation side under simulated time: VRFs, interfaces and
+// rules in, policy-maps, class-maps, bindings and statuses out.
+#include <gtest/gtest.h>
+
+#include "OrbFlowspec/FlowspecConfigSm.h"
+#include "platform/trace/CaptureSink.h"
+#include "tests/OrbFlowspec/support/StackHarness.h"
+
+namespace {
+
+using OrbFlowspecTest::StackHarness;
+using Flowspec::ActionFieldSet;
+
+// Counts the policy-map versions that a VRF's policy switches to.
+class RebuildCounter : public PolicyMap::PolicyMapConfig::Reactor {
+ public:
+  using PolicyMap::PolicyMapConfig::Reactor::Reactor;
+  void handleCurrCfg() override {
+    if (notifier()->currCfg()) {
+      ++rebuilds;
+    }
+  }
+  int rebuilds = 0;
+};
+
+class ConfigScenario : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    stack.vrfIs(5, "red");
+    stack.intfIs("Ethernet1", "red");
+    stack.intfIs("Ethernet2", "blue");
+    stack.enabledIntfIs("Ethernet1", Flowspec::IpVersion::ipv4);
+  }
+
+  Cog::Ptr<PolicyMap::PolicyMapTypeConfig const> pmapType() const {
+    return stack.root->policyMapConfig()->pmapType("Flowspec");
+  }
+  Cog::Ptr<PolicyMap::PolicyMapConfig const> policy(std::string const& name) const {
+    return pmapType()->pmap(name);
+  }
+  Cog::Ptr<OrbFlowspec::FlowspecConfigSm const> configSm() const {
+    return stack.root->flowspecConfigSm();
+  }
+
+  StackHarness stack;
+};
+
+TEST_F(ConfigScenario, VrfWithRulesButNoNameGetsStatusOnlyUntilNamed) {
+  stack.start();
+  stack.ruleIs(9, "ipv4 dport =80");
+  stack.settle();
+  EXPECT_TRUE(stack.status->vrfRuleStatus(9));
+  EXPECT_FALSE(configSm()->flowspecVrfConfigSm("green"));
+  EXPECT_TRUE(pmapType()->pmap().empty());
+
+  stack.vrfIs(9, "green");
+  stack.settle();
+  ASSERT_TRUE(policy("green"));
+  ASSERT_TRUE(policy("green")->currCfg());
+  EXPECT_EQ(policy("green")->currCfg()->classPrio(1), "ipv4 dport =80");
+}
+
+TEST_F(ConfigScenario, RenameCleansUpUnderOldNameAndRebuildsUnderNew) {
+  stack.start();
+  stack.ruleIs(5, "ipv4 dport =80");
+  stack.settle();
+  ASSERT_TRUE(policy("red"));
+  stack.root->policyMapConfig()->pmapType("Flowspec");
+  Trace::Handle::find("FlowspecConfigSm")->textLevelIs(9);
+  Trace::ScopedCapture capture;
+  stack.vrfIs(5, "blue");
+  stack.settle();
+  Trace::Handle::find("FlowspecConfigSm")->textLevelIs(0);
+  EXPECT_TRUE(capture->contains("Cleanup old VRF red"));
+  EXPECT_FALSE(policy("red"));
+  EXPECT_FALSE(pmapType()->pmapInput("red"));
+  ASSERT_TRUE(policy("blue"));
+  EXPECT_EQ(policy("blue")->currCfg()->classPrio().size(), 1u);
+  EXPECT_EQ(configSm()->vrfIdToNameCache(5), "blue");
+}
+
+TEST_F(ConfigScenario, RemovingTheLastRuleRemovesStatusStateMachineAndPolicy) {
+  stack.start();
+  stack.ruleIs(5, "ipv4 dport =80");
+  stack.settle();
+  ASSERT_TRUE(configSm()->flowspecVrfConfigSm("red"));
+  stack.ruleDel(5, "ipv4 dport =80");
+  stack.settle();
+  EXPECT_FALSE(stack.status->vrfRuleStatus(5));
+  EXPECT_FALSE(configSm()->flowspecVrfConfigSm("red"));
+  EXPECT_FALSE(policy("red"));
+  EXPECT_FALSE(stack.root->policyMapConfig()->cmapType("Flowspec")->cmap("ipv4 dport =80"));
+}
+
+TEST_F(ConfigScenario, InterfacesAreBoundToTheirVrfPolicyWhenEnabled) {
+  stack.start();
+  stack.settle();
+  auto const intfConfig = stack.root->intfConfig();
+  EXPECT_EQ(intfConfig->intf(Nwk::IntfId("Ethernet1")), "red");
+  EXPECT_FALSE(intfConfig->intf().contains(Nwk::IntfId("Ethernet2")));
+
+  stack.enabledIntfAllIs(true);
+  stack.settle();
+  EXPECT_EQ(intfConfig->intf(Nwk::IntfId("Ethernet2")), "blue");
+
+  stack.intfIs("Ethernet1", "blue");  // moved to another VRF
+  stack.settle();
+  EXPECT_EQ(intfConfig->intf(Nwk::IntfId("Ethernet1")), "blue");
+
+  stack.enabledIntfAllIs(false);
+  stack.enabledIntfIs("Ethernet1", Flowspec::IpVersion::none);  // counts as not listed
+  stack.settle();
+  EXPECT_TRUE(intfConfig->intf().empty());
+
+  stack.enabledIntfIs("Ethernet1", Flowspec::IpVersion::ipv6);
+  stack.intfDel("Ethernet1");
+  stack.settle();
+  EXPECT_TRUE(intfConfig->intf().empty());
+}
+
+TEST_F(ConfigScenario, BurstIsRebuiltOnceAfterQuietPeriod) {
+  stack.start();
+  stack.ruleIs(5, "ipv4 dport =1");
+  stack.settle();
+  RebuildCounter counter(policy("red"));
+  for (int port = 100; port < 150; ++port) {
+    stack.ruleIs(5, "ipv4 dport =" + std::to_string(port));
+  }
+  stack.runUntilIdle();
+  EXPECT_EQ(counter.rebuilds, 0);
+  stack.runFor(0.049);
+  EXPECT_EQ(counter.rebuilds, 0);
+  stack.runFor(0.002);
+  EXPECT_EQ(counter.rebuilds, 1);
+  EXPECT_EQ(policy("red")->currCfg()->classPrio().size(), 51u);
+  stack.settle();
+  EXPECT_EQ(counter.rebuilds, 1);
+}
+
+TEST_F(ConfigScenario, SteadyStreamIsRebuiltByTheStarvationTimer) {
+  stack.start();
+  stack.ruleIs(5, "ipv4 dport =1");
+  stack.settle();
+  RebuildCounter counter(policy("red"));
+  // A change every 0.04 s keeps restarting the 0.05 s policy timer.
+  for (int step = 0; step < 1490; ++step) {
+    stack.ruleIs(5, "ipv4 dport =" + std::to_string(1000 + step));
+    stack.runFor(0.04);
+  }
+  EXPECT_EQ(counter.rebuilds, 0);  // 59.6 s into the stream
+  for (int step = 0; step < 20; ++step) {
+    stack.ruleIs(5, "ipv4 sport =" + std::to_string(1000 + step));
+    stack.runFor(0.04);
+  }
+  EXPECT_EQ(counter.rebuilds, 1);  // at 60 s after the first drain
+}
+
+TEST_F(ConfigScenario, ClassPrioritiesStartPerFamily) {
+  stack.start();
+  stack.ruleIs(5, "ipv6 dport =80");
+  stack.ruleIs(5, "ipv6 dport =81");
+  stack.settle();
+  auto const current = policy("red")->currCfg();
+  EXPECT_EQ(current->classPrio(0x80000000u), "ipv6 dport =80");
+  EXPECT_EQ(current->classPrio(0x80000001u), "ipv6 dport =81");
+  stack.ruleIs(5, "ipv4 dport =80");
+  stack.settle();
+  EXPECT_EQ(policy("red")->currCfg()->classPrio(1), "ipv4 dport =80");
+}
+
+TEST_F(ConfigScenario, RedirectVrfCreatedAfterItsRule) {
+  stack.start();
+  Flowspec::TrafficRedirect redirect;
+  redirect.vrfId = 7;
+  stack.ruleIs(5, "ipv4 dport =80", 1, ActionFieldSet(ActionFieldSet::kRedirect), redirect);
+  stack.settle();
+  auto classAction = policy("red")->currCfg()->classAction("ipv4 dport =80");
+  ASSERT_TRUE(classAction);
+  EXPECT_EQ(classAction->policyActions(), 0u);
+
+  stack.vrfIs(7, "scrubbing");
+  stack.settle();
+  classAction = policy("red")->currCfg()->classAction("ipv4 dport =80");
+  ASSERT_EQ(classAction->policyActions(), 1u);
+  auto const action = classAction->policyAction(PolicyMap::ActionType::actionPbrForward);
+  auto const forward = Cog::ptrDynamicCast<Pbr::PbrFwdAction const>(action);
+  ASSERT_TRUE(forward);
+  EXPECT_EQ(forward->vrfName().value(), "scrubbing");
+  EXPECT_TRUE(forward->nexthop().contains(Nwk::IpGenAddr::zero(Nwk::AddressFamily::ipv4)));
+}
+
+TEST_F(ConfigScenario, ActionsFollowTheRule) {
+  stack.start();
+  Flowspec::Rule rule;
+  Flowspec::FlowspecKey key;
+  key.copyInStringValue("ipv4 proto =17");
+  rule.key = Flowspec::FlowspecTidalKey(5, key);
+  rule.actionFieldSet = ActionFieldSet(ActionFieldSet::kPermit | ActionFieldSet::kDeny |
+                                       ActionFieldSet::kPolice | ActionFieldSet::kDscp);
+  rule.trafficRateLimit = 1000.0f;
+  rule.trafficMarkingDscp = Nwk::IpTos(63);
+  stack.ruleIs(rule);
+  stack.settle();
+  auto classAction = policy("red")->currCfg()->classAction("ipv4 proto =17");
+  ASSERT_EQ(classAction->policyActions(), 4u);
+  auto const police = Cog::ptrDynamicCast<PolicyMap::PoliceAction const>(
+      classAction->policyAction(PolicyMap::ActionType::actionPolice));
+  ASSERT_TRUE(police);
+  EXPECT_EQ(police->rate().rate, 8000u);
+  EXPECT_EQ(police->rate().burst, 0u);
+
+  // An unchanged rebuild attaches the same objects; a cleared police bit removes the police.
+  auto const permit = classAction->policyAction(PolicyMap::ActionType::actionPermit);
+  rule.actionFieldSet = ActionFieldSet(ActionFieldSet::kPermit | ActionFieldSet::kDeny |
+                                       ActionFieldSet::kDscp);
+  rule.trafficMarkingDscp = Nwk::IpTos(64);
+  stack.ruleIs(rule);
+  stack.settle();
+  classAction = policy("red")->currCfg()->classAction("ipv4 proto =17");
+  EXPECT_EQ(classAction->policyAction(PolicyMap::ActionType::actionPermit), permit);
+  EXPECT_FALSE(classAction->policyAction(PolicyMap::ActionType::actionPolice));
+  EXPECT_FALSE(classAction->policyAction(PolicyMap::ActionType::actionSetDscp));
+  EXPECT_EQ(classAction->policyActions(), 2u);
+}
+
+TEST_F(ConfigScenario, RestartReconcilesStateLeftByAnEarlierInstance) {
+  stack.start();
+  stack.ruleIs(5, "ipv4 dport =80");
+  stack.ruleIs(6, "ipv4 dport =81");
+  stack.vrfIs(6, "green");
+  stack.settle();
+  stack.stop();
+  // While no instance runs: one VRF loses its rules, and a rule status without a rule remains.
+  stack.ruleDel(6, "ipv4 dport =81");
+  Flowspec::FlowspecKey stale;
+  stale.copyInStringValue("ipv4 dport =9999");
+  stack.status->vrfRuleStatus(5)->ruleStatusIs(stale);
+  stack.start();
+  stack.settle();
+
+  StackHarness fresh;
+  fresh.vrfIs(5, "red");
+  fresh.vrfIs(6, "green");
+  fresh.intfIs("Ethernet1", "red");
+  fresh.intfIs("Ethernet2", "blue");
+  fresh.enabledIntfIs("Ethernet1", Flowspec::IpVersion::ipv4);
+  fresh.ruleIs(5, "ipv4 dport =80");
+  fresh.start();
+  fresh.settle();
+  EXPECT_EQ(stack.outputs(), fresh.outputs());
+  EXPECT_FALSE(stack.status->vrfRuleStatus(6));
+}
+
+}  // namespace

@@ -1,0 +1,161 @@
+// After any sequence of input changes, once the loop is idle, the outputs equal what a fresh
+// agent started on the final inputs writes.
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "tests/OrbFlowspec/support/StackHarness.h"
+
+namespace {
+
+using OrbFlowspecTest::StackHarness;
+
+// The inputs, as a model the test keeps beside the stack so it can replay the final state.
+struct Inputs {
+  std::map<Vrf::VrfIdMap::VrfId, std::string> vrfs;
+  std::map<std::string, std::string> intfs;  // interface -> VRF name
+  std::map<std::string, Flowspec::IpVersion> enabled;
+  bool enabledAll = false;
+  std::map<std::pair<Vrf::VrfIdMap::VrfId, std::string>, Flowspec::Rule> rules;
+
+  void applyTo(StackHarness& stack) const {
+    for (auto const& [id, name] : vrfs) {
+      stack.vrfIs(id, name);
+    }
+    for (auto const& [intf, vrf] : intfs) {
+      stack.intfIs(intf, vrf);
+    }
+    for (auto const& [intf, version] : enabled) {
+      stack.enabledIntfIs(intf, version);
+    }
+    stack.enabledIntfAllIs(enabledAll);
+    for (auto const& [key, rule] : rules) {
+      stack.ruleIs(rule);
+    }
+  }
+};
+
+std::vector<std::string> const kMatches = {
+    "ipv4 dport =80",
+    "ipv4 dst 10.0.0.0/8 proto =6 dport >=1024&<=2047",
+    "ipv4 src 192.0.2.0/24 icmp-type =8",
+    "ipv4 proto =17 len >=512",
+    "ipv4 tcp-flags =syn&!ack",
+    "ipv4 dscp =46|=10",
+    "ipv4 frag isf",
+    "ipv4 dport <0",
+    "ipv6 dst 2001:db8::/32 dport =443",
+    "ipv6 proto =58 icmp-type =128",
+    "ipv6 flow-label =5",
+};
+
+std::vector<std::string> const kVrfNames = {"vrf1", "vrf2", "vrf3-renamed", "vrf9"};
+std::vector<std::string> const kIntfs = {"Ethernet1", "Ethernet2", "Ethernet3", "Vlan10"};
+
+void randomChange(std::mt19937& rng, Inputs& inputs, StackHarness& stack) {
+  auto pick = [&rng](auto const& items) { return items[rng() % std::size(items)]; };
+  Vrf::VrfIdMap::VrfId const vrfId = 1 + rng() % 4;
+  switch (rng() % 9) {
+    case 0: {
+      // VRF names are unique in the VRF id table; a VRF may be renamed.
+      std::string const name = "vrf" + std::to_string(vrfId) + (rng() % 2 ? "" : "-renamed");
+      inputs.vrfs[vrfId] = name;
+      stack.vrfIs(vrfId, name);
+      break;
+    }
+    case 1:
+      inputs.vrfs.erase(vrfId);
+      stack.vrfDel(vrfId);
+      break;
+    case 2: {
+      std::string const intf = pick(kIntfs);
+      std::string const vrf = pick(kVrfNames);
+      inputs.intfs[intf] = vrf;
+      stack.intfIs(intf, vrf);
+      break;
+    }
+    case 3: {
+      std::string const intf = pick(kIntfs);
+      inputs.intfs.erase(intf);
+      stack.intfDel(intf);
+      break;
+    }
+    case 4: {
+      std::string const intf = pick(kIntfs);
+      auto const version = static_cast<Flowspec::IpVersion>(rng() % 4);
+      inputs.enabled[intf] = version;
+      stack.enabledIntfIs(intf, version);
+      break;
+    }
+    case 5:
+      inputs.enabledAll = !inputs.enabledAll;
+      stack.enabledIntfAllIs(inputs.enabledAll);
+      break;
+    case 6: {
+      std::string const match = pick(kMatches);
+      inputs.rules.erase({vrfId, match});
+      stack.ruleDel(vrfId, match);
+      break;
+    }
+    default: {
+      std::string const match = pick(kMatches);
+      Flowspec::FlowspecKey key;
+      key.copyInStringValue(match);
+      Flowspec::Rule rule;
+      rule.key = Flowspec::FlowspecTidalKey(vrfId, key);
+      rule.ruleId = rng() % 1000;
+      std::uint8_t const bits[] = {Flowspec::ActionFieldSet::kPermit,
+                                   Flowspec::ActionFieldSet::kDeny,
+                                   Flowspec::ActionFieldSet::kPolice,
+                                   Flowspec::ActionFieldSet::kRedirect,
+                                   Flowspec::ActionFieldSet::kDscp};
+      rule.actionFieldSet = Flowspec::ActionFieldSet(pick(bits) | pick(bits));
+      rule.trafficRateLimit = static_cast<float>(rng() % 5000);
+      rule.trafficMarkingDscp = Nwk::IpTos(static_cast<std::uint8_t>(rng() % 70));
+      rule.trafficRedirect.vrfId = 1 + rng() % 5;
+      inputs.rules[{vrfId, match}] = rule;
+      stack.ruleIs(rule);
+    }
+  }
+}
+
+TEST(Convergence, RandomChangesEndWhereAFreshStartEnds) {
+  for (unsigned seed = 1; seed <= 30; ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    // Several VRFs carry the same rules: they share class-maps.
+    std::mt19937 rng(seed);
+    StackHarness stack;
+    Inputs inputs;
+    stack.start();
+    for (int step = 0; step < 150; ++step) {
+      randomChange(rng, inputs, stack);
+      switch (rng() % 4) {
+        case 0:
+          stack.runUntilIdle();
+          break;
+        case 1:
+          stack.runFor(0.03);
+          break;
+        default:
+          break;  // several changes land before the loop runs
+      }
+      if (rng() % 60 == 0) {  // the agent restarts
+        stack.stop();
+        stack.start();
+      }
+    }
+    stack.settle();
+
+    StackHarness fresh;
+    inputs.applyTo(fresh);
+    fresh.start();
+    fresh.settle();
+    ASSERT_EQ(stack.outputs(), fresh.outputs());
+  }
+}
+
+}  // namespace

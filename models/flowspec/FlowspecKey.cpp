@@ -96,40 +96,78 @@ struct Component {
   std::size_t last;
 };
 
-std::vector<Component> components(FlowspecKey const& key) {
-  std::vector<Component> out;
-  if (!key.destinationPrefix().isEmpty()) {
-    out.push_back({MatchCompType::destinationPrefix, &key.destinationPrefix(), 0, 0});
-  }
-  if (!key.sourcePrefix().isEmpty()) {
-    out.push_back({MatchCompType::sourcePrefix, &key.sourcePrefix(), 0, 0});
-  }
-  auto const& pairs = key.opVals();
-  for (std::size_t i = 0; i < pairs.size();) {
-    std::size_t j = i + 1;
-    while (j < pairs.size() && pairs[j].type == pairs[i].type) {
-      ++j;
-    }
-    out.push_back({pairs[i].type, nullptr, i, j});
-    i = j;
-  }
-  return out;
-}
+// Walks a key's components without allocating: the destination prefix, the source prefix,
+// then each run of consecutive pairs of one type.
+class ComponentCursor {
+ public:
+  explicit ComponentCursor(FlowspecKey const& key) : key_(key) {}
 
-// The component's bytes as on the wire: per pair, the operator byte and the value big-endian
-// in the length the operator gives.
-std::vector<std::uint8_t> encode(FlowspecKey const& key, Component const& c) {
-  std::vector<std::uint8_t> bytes;
-  for (std::size_t i = c.first; i < c.last; ++i) {
-    auto const& pair = key.opVals()[i];
-    bytes.push_back(pair.op);
-    unsigned const length = 1u << ((pair.op & OpBits::kLength) >> 4);
-    for (unsigned b = length; b-- > 0;) {
-      bytes.push_back(b < 4 ? static_cast<std::uint8_t>(pair.value >> (8 * b)) : 0);
+  bool next(Component& c) {
+    if (stage_ == 0) {
+      stage_ = 1;
+      if (!key_.destinationPrefix().isEmpty()) {
+        c = {MatchCompType::destinationPrefix, &key_.destinationPrefix(), 0, 0};
+        return true;
+      }
     }
+    if (stage_ == 1) {
+      stage_ = 2;
+      if (!key_.sourcePrefix().isEmpty()) {
+        c = {MatchCompType::sourcePrefix, &key_.sourcePrefix(), 0, 0};
+        return true;
+      }
+    }
+    auto const& pairs = key_.opVals();
+    if (pos_ >= pairs.size()) {
+      return false;
+    }
+    std::size_t end = pos_ + 1;
+    while (end < pairs.size() && pairs[end].type == pairs[pos_].type) {
+      ++end;
+    }
+    c = {pairs[pos_].type, nullptr, pos_, end};
+    pos_ = end;
+    return true;
   }
-  return bytes;
-}
+
+ private:
+  FlowspecKey const& key_;
+  int stage_ = 0;
+  std::size_t pos_ = 0;
+};
+
+// The bytes of a component as on the wire, one at a time: per pair, the operator byte and the
+// value big-endian in the length the operator gives (the low octets when it does not fit).
+class ComponentBytes {
+ public:
+  ComponentBytes(FlowspecKey const& key, Component const& c)
+      : pairs_(key.opVals()), pair_(c.first), last_(c.last) {}
+
+  bool next(std::uint8_t& byte) {
+    if (pair_ >= last_) {
+      return false;
+    }
+    auto const& pair = pairs_[pair_];
+    unsigned const length = 1u << ((pair.op & OpBits::kLength) >> 4);
+    if (offset_ == 0) {
+      byte = pair.op;
+    } else {
+      unsigned const shift = length - offset_;  // octets below this one
+      byte = shift < 4 ? static_cast<std::uint8_t>(pair.value >> (8 * shift)) : 0;
+    }
+    if (++offset_ > length) {
+      offset_ = 0;
+      ++pair_;
+    }
+    return true;
+  }
+
+ private:
+  std::vector<FlowspecKey::OpVal> const& pairs_;
+  std::size_t pair_;
+  std::size_t last_;
+  unsigned offset_ = 0;
+};
 
 // <0 when a comes first, >0 when b does, 0 when the RFC comparison finds them equal.
 int comparePrefixes(Nwk::IpGenPrefix const& a, Nwk::IpGenPrefix const& b) {
@@ -146,43 +184,49 @@ int comparePrefixes(Nwk::IpGenPrefix const& a, Nwk::IpGenPrefix const& b) {
   return a.len() == b.len() ? 0 : a.len() > b.len() ? -1 : 1;  // the longer prefix first
 }
 
-int compareBytes(std::vector<std::uint8_t> const& a, std::vector<std::uint8_t> const& b) {
-  std::size_t const common = std::min(a.size(), b.size());
-  int const cmp = common ? std::memcmp(a.data(), b.data(), common) : 0;
-  if (cmp != 0) {
-    return cmp < 0 ? -1 : 1;  // the lower bytes first
+int compareBytes(ComponentBytes a, ComponentBytes b) {
+  for (;;) {
+    std::uint8_t x = 0;
+    std::uint8_t y = 0;
+    bool const moreA = a.next(x);
+    bool const moreB = b.next(y);
+    if (!moreA || !moreB) {
+      return moreA == moreB ? 0 : moreA ? -1 : 1;  // the longer encoding first
+    }
+    if (x != y) {
+      return x < y ? -1 : 1;  // the lower bytes first
+    }
   }
-  return a.size() == b.size() ? 0 : a.size() > b.size() ? -1 : 1;  // the longer one first
 }
 
 int precedence(FlowspecKey const& a, FlowspecKey const& b) {
-  auto const ca = components(a);
-  auto const cb = components(b);
-  for (std::size_t i = 0; i < std::max(ca.size(), cb.size()); ++i) {
+  ComponentCursor cursorA(a);
+  ComponentCursor cursorB(b);
+  for (;;) {
+    Component ca{};
+    Component cb{};
+    bool const moreA = cursorA.next(ca);
+    bool const moreB = cursorB.next(cb);
     // A key out of components has an infinitely high type.
-    if (i >= ca.size()) {
-      return 1;
+    if (!moreA || !moreB) {
+      return moreA == moreB ? 0 : moreA ? -1 : 1;
     }
-    if (i >= cb.size()) {
-      return -1;
-    }
-    if (ca[i].type != cb[i].type) {
-      return ca[i].type < cb[i].type ? -1 : 1;
+    if (ca.type != cb.type) {
+      return ca.type < cb.type ? -1 : 1;
     }
     int cmp;
-    if (ca[i].prefix && cb[i].prefix) {
-      cmp = comparePrefixes(*ca[i].prefix, *cb[i].prefix);
-    } else if (!ca[i].prefix && !cb[i].prefix) {
-      cmp = compareBytes(encode(a, ca[i]), encode(b, cb[i]));
+    if (ca.prefix && cb.prefix) {
+      cmp = comparePrefixes(*ca.prefix, *cb.prefix);
+    } else if (!ca.prefix && !cb.prefix) {
+      cmp = compareBytes(ComponentBytes(a, ca), ComponentBytes(b, cb));
     } else {
       // Only a raw key puts a prefix type among its pairs: the real prefix comes first.
-      cmp = ca[i].prefix ? -1 : 1;
+      cmp = ca.prefix ? -1 : 1;
     }
     if (cmp != 0) {
       return cmp;
     }
   }
-  return 0;
 }
 
 auto contentTuple(FlowspecKey const& key) {

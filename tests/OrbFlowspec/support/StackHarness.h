@@ -3,6 +3,7 @@
 #include <string>
 
 #include "OrbFlowspec/FlowspecSm.h"
+#include "agent/MountedRecords.h"
 #include "platform/kiln/TaskScheduler.h"
 
 namespace OrbFlowspecTest {
@@ -48,13 +49,13 @@ class StackHarness {
   std::string outputs() const;
 
   Cog::Ptr<Kiln::TaskScheduler> scheduler;
-  Cog::Ptr<Flowspec::RuleSet> ruleSet;
-  Cog::Ptr<Flowspec::Config> config;
-  Cog::Ptr<Flowspec::CliConfig> cliConfig;
-  Cog::Ptr<Flowspec::Status> status;
-  Cog::Ptr<L3::Intf::StatusDir> l3StatusDir;
-  Cog::Ptr<Vrf::VrfIdMap::Status> vrfIdStatus;
-  Cog::Ptr<OrbFlowspec::FlowspecMounts> mounts;
+  Agent::MountedRecords records;  // as the agent mounts them
+  Cog::Ptr<Flowspec::RuleSet> const& ruleSet = records.ruleSet;
+  Cog::Ptr<Flowspec::Config> const& config = records.config;
+  Cog::Ptr<Flowspec::CliConfig> const& cliConfig = records.cliConfig;
+  Cog::Ptr<Flowspec::Status> const& status = records.status;
+  Cog::Ptr<L3::Intf::StatusDir> const& l3StatusDir = records.l3StatusDir;
+  Cog::Ptr<Vrf::VrfIdMap::Status> const& vrfIdStatus = records.vrfIdStatus;
   Cog::Ptr<OrbFlowspec::FlowspecSm> root;
 };
 

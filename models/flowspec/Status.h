@@ -7,6 +7,7 @@
 #include "models/flowspec/FlowspecKey.h"
 #include "models/flowspec/HwRuleProgrammingStatus.h"
 #include "models/flowspec/MatchCompType.h"
+#include "models/pbr/PbrFwdAction.h"
 #include "models/vrf/VrfId.h"
 #include "platform/cog/Record.h"
 #include "platform/kiln/DumpContext.h"
@@ -26,6 +27,7 @@ class RuleStatus : public Cog::Entity {
              (value, HwRuleProgrammingStatus, statusCode, StatusCode),
              (value, Cog::String, errorReason, ErrorReason),
              (value, std::uint64_t, packetCount, PacketCount),
+             (value, Pbr::ResolvedNexthopInfo, resolvedNexthopInfo, ResolvedNexthopInfo),
              (value, Kiln::UniqueId, version, Version));
 
   FlowspecKey const& key() const { return key_; }

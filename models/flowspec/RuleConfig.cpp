@@ -5,11 +5,8 @@
 namespace Flowspec {
 
 MatchCompType RuleConfig::sanitizeMatchSet() const {
-  MatchSet set;
-  for (auto const& [type, component] : matchSet()) {
-    set.emplace(type, component);
-  }
-  return Flowspec::sanitizeMatchSet(set, key_.af());
+  return Flowspec::sanitizeMatchSet(
+      [this](MatchCompType type) { return matchSet().find(type); }, key_.af());
 }
 
 std::string RuleConfig::toStrep() const {

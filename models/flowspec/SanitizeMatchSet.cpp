@@ -4,11 +4,6 @@ namespace Flowspec {
 
 namespace {
 
-MatchComponent const* find(MatchSet const& set, MatchCompType type) {
-  auto const it = set.find(type);
-  return it == set.end() ? nullptr : &it->second;
-}
-
 bool allowsValue(MatchComponent const* component, std::uint32_t value) {
   for (auto const& range : component->numericalRange()) {
     if (value >= range.rangeMin() && value <= range.rangeMax()) {
@@ -23,19 +18,28 @@ constexpr std::uint16_t kExpressibleTcpFlags = 0x3F;  // FIN to URG
 }  // namespace
 
 MatchCompType sanitizeMatchSet(MatchSet const& matchSet, Nwk::AddressFamily af) {
+  return sanitizeMatchSet(
+      [&matchSet](MatchCompType type) -> MatchComponent const* {
+        auto const it = matchSet.find(type);
+        return it == matchSet.end() ? nullptr : &it->second;
+      },
+      af);
+}
+
+MatchCompType sanitizeMatchSet(ComponentFinder const& find, Nwk::AddressFamily af) {
   for (MatchCompType prefixType : {MatchCompType::destinationPrefix, MatchCompType::sourcePrefix}) {
-    auto const* prefix = find(matchSet, prefixType);
+    auto const* prefix = find(prefixType);
     if (prefix && prefix->prefix().af() != af) {
       return prefixType;
     }
   }
-  auto const* protocol = find(matchSet, MatchCompType::ipProtocol);
-  auto const* icmpType = find(matchSet, MatchCompType::icmpType);
-  auto const* icmpCode = find(matchSet, MatchCompType::icmpCode);
-  auto const* tcpFlags = find(matchSet, MatchCompType::tcpFlags);
-  bool const hasPorts = find(matchSet, MatchCompType::port) ||
-                        find(matchSet, MatchCompType::destinationPort) ||
-                        find(matchSet, MatchCompType::sourcePort);
+  auto const* protocol = find(MatchCompType::ipProtocol);
+  auto const* icmpType = find(MatchCompType::icmpType);
+  auto const* icmpCode = find(MatchCompType::icmpCode);
+  auto const* tcpFlags = find(MatchCompType::tcpFlags);
+  bool const hasPorts = find(MatchCompType::port) ||
+                        find(MatchCompType::destinationPort) ||
+                        find(MatchCompType::sourcePort);
 
   if (icmpType || icmpCode) {
     MatchCompType const icmp = icmpType ? MatchCompType::icmpType : MatchCompType::icmpCode;
@@ -58,7 +62,7 @@ MatchCompType sanitizeMatchSet(MatchSet const& matchSet, Nwk::AddressFamily af) 
     }
   }
   if (af == Nwk::AddressFamily::ipv4) {
-    if (auto const* fragment = find(matchSet, MatchCompType::fragment)) {
+    if (auto const* fragment = find(MatchCompType::fragment)) {
       bool supported = false;
       bool unsupported = false;
       for (auto const& mask : fragment->ipBitMask()) {
@@ -68,7 +72,7 @@ MatchCompType sanitizeMatchSet(MatchSet const& matchSet, Nwk::AddressFamily af) 
         return MatchCompType::fragment;
       }
     }
-    if (find(matchSet, MatchCompType::flowLabel)) {
+    if (find(MatchCompType::flowLabel)) {
       return MatchCompType::flowLabel;
     }
   }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include "models/flowspec/MatchComponent.h"
 #include "platform/nwk/AddressFamily.h"
 
@@ -26,5 +28,9 @@ namespace Flowspec {
 //     the same reason;
 //  8. a flow label on IPv4 (13): the field exists for IPv6 only.
 MatchCompType sanitizeMatchSet(MatchSet const& matchSet, Nwk::AddressFamily af);
+
+// The same check over any store of components: `find` gives the component of a type, or null.
+using ComponentFinder = std::function<MatchComponent const*(MatchCompType)>;
+MatchCompType sanitizeMatchSet(ComponentFinder const& find, Nwk::AddressFamily af);
 
 }  // namespace Flowspec

@@ -19,9 +19,8 @@ void UniqueId::generationIs(std::uint64_t generation) { gGeneration = generation
 
 std::string DumpContext::text() const {
   std::string out;
-  for (auto const& line : lines_) {
-    out += out.empty() && &line == &lines_.front() ? "" : "\n";
-    out += line;
+  for (std::size_t i = 0; i < lines_.size(); ++i) {
+    out += (i ? "\n" : "") + lines_[i];
   }
   return out;
 }

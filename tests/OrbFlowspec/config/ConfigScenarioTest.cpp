@@ -155,6 +155,19 @@ TEST_F(ConfigScenario, SteadyStreamIsRebuiltByTheStarvationTimer) {
   EXPECT_EQ(counter.rebuilds, 1);  // at 60 s after the first drain
 }
 
+TEST_F(ConfigScenario, VrfWithOnlyInfeasibleRulesGetsAnEmptyPolicy) {
+  stack.start();
+  Trace::Handle::find("FlowspecVrfConfigSm")->textLevelIs(6);
+  Trace::ScopedCapture capture;
+  stack.ruleIs(5, "ipv4 dport <0");
+  stack.settle();
+  Trace::Handle::find("FlowspecVrfConfigSm")->textLevelIs(0);
+  ASSERT_TRUE(policy("red"));
+  ASSERT_TRUE(policy("red")->currCfg());
+  EXPECT_TRUE(policy("red")->currCfg()->classPrio().empty());
+  EXPECT_TRUE(capture->contains("Assigned 0 class priorities"));
+}
+
 TEST_F(ConfigScenario, ClassPrioritiesStartPerFamily) {
   stack.start();
   stack.ruleIs(5, "ipv6 dport =80");
@@ -178,8 +191,12 @@ TEST_F(ConfigScenario, RedirectVrfCreatedAfterItsRule) {
   ASSERT_TRUE(classAction);
   EXPECT_EQ(classAction->policyActions(), 0u);
 
+  Trace::Handle::find("FlowspecRedirectVrfIds")->textLevelIs(9);
+  Trace::ScopedCapture capture;
   stack.vrfIs(7, "scrubbing");
   stack.settle();
+  Trace::Handle::find("FlowspecRedirectVrfIds")->textLevelIs(0);
+  EXPECT_TRUE(capture->contains("Evaulate flowspec rules with redirectVrfId 7"));
   classAction = policy("red")->currCfg()->classAction("ipv4 dport =80");
   ASSERT_EQ(classAction->policyActions(), 1u);
   auto const action = classAction->policyAction(PolicyMap::ActionType::actionPbrForward);

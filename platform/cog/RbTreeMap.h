@@ -150,10 +150,6 @@ class RbTreeMap {
   Iterator<false> begin() { return Iterator<false>(this, tree_.begin()); }
   Iterator<true> begin() const { return Iterator<true>(this, tree_.begin()); }
   Sentinel end() const { return {}; }
-  // Iteration from the first key not less than `key`.
-  Iterator<true> lowerBound(K const& key) const {
-    return Iterator<true>(this, tree_.lower_bound(key));
-  }
 
  private:
   void markDead(typename Tree::iterator it) {

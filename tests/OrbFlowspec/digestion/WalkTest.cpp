@@ -146,6 +146,24 @@ TEST(RuleSetWalk, RefusedKeysAreTracedAndTheOthersDigested) {
   EXPECT_TRUE(walker->fullWalkDone());
 }
 
+TEST(RuleSetWalk, CorruptEntryReadsAsWithdrawn) {
+  auto scheduler = Kiln::simulatedTaskSchedulerFactory();
+  auto ruleSet = Cog::make<Flowspec::RuleSet>();
+  std::vector<Flowspec::FlowspecTidalKey> corrupted;
+  ruleSet->corruptionHandlerIs([&](Flowspec::FlowspecTidalKey const& key) { corrupted.push_back(key); });
+  auto config = Cog::make<Flowspec::Config>();
+  auto walker = OrbFlowspec::ruleSetSmFactory(scheduler, ruleSet, config);
+  auto const rule = makeRule(1, "ipv4 dport =80", 1);
+  ruleSet->ruleIs(rule);
+  ASSERT_TRUE(config->vrfRuleConfig(1));
+  static_cast<Tidal::InProcessBacking<Flowspec::FlowspecTidalKey, Flowspec::Rule>&>(
+      ruleSet->backing())
+      .corruptIs(rule.key);
+  walker->handleRule(rule.key);
+  EXPECT_EQ(corrupted, std::vector<Flowspec::FlowspecTidalKey>{rule.key});
+  EXPECT_FALSE(config->vrfRuleConfig(1));
+}
+
 TEST(RuleSetWalk, SanitizingCanBeSwitchedOff) {
   auto scheduler = Kiln::simulatedTaskSchedulerFactory();
   auto ruleSet = Cog::make<Flowspec::RuleSet>();

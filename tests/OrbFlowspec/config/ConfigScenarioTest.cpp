@@ -65,7 +65,6 @@ TEST_F(ConfigScenario, RenameCleansUpUnderOldNameAndRebuildsUnderNew) {
   stack.ruleIs(5, "ipv4 dport =80");
   stack.settle();
   ASSERT_TRUE(policy("red"));
-  stack.root->policyMapConfig()->pmapType("Flowspec");
   Trace::Handle::find("FlowspecConfigSm")->textLevelIs(9);
   Trace::ScopedCapture capture;
   stack.vrfIs(5, "blue");

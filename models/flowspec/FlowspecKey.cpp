@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <tuple>
 
 namespace Flowspec {
+
+// Keys are map keys by the hundred thousand: one cache line each, pairs inline for most rules.
+static_assert(sizeof(FlowspecKey) <= 64);
 
 MatchOpValIndex::MatchOpValIndex(long value) {
   if (value < min || value > max) {
@@ -13,6 +15,17 @@ MatchOpValIndex::MatchOpValIndex(long value) {
         "MatchOpValIndex::value < MatchOpValIndex::min or > MatchOpValIndex::max not allowed");
   }
   value_ = static_cast<std::uint16_t>(value);
+}
+
+MatchOpValIndex& MatchOpValIndex::operator++() {
+  *this = MatchOpValIndex(long{value_} + 1);
+  return *this;
+}
+
+MatchOpValIndex MatchOpValIndex::operator++(int) {
+  MatchOpValIndex const before = *this;
+  ++*this;
+  return before;
 }
 
 std::string MatchOpValResult::toStrep() const {
@@ -49,34 +62,67 @@ void FlowspecKey::sourcePrefixIs(Nwk::IpGenPrefix const& prefix) {
 }
 
 void FlowspecKey::opValAppend(MatchCompType type, std::uint8_t op, std::uint32_t value) {
-  MatchOpValIndex const index(static_cast<long>(opVals_.size()));
+  MatchOpValIndex const index(static_cast<long>(opVals_.size()));  // the 2048-pair bound
   (void)index;
   if (value > kMaxValue) {
     throw Cog::RangeError("FlowspecKey::value > 0xFFFFF not allowed");
   }
-  opVals_.push_back(OpVal{type, op, value});
+  if (static_cast<std::uint32_t>(type) > kMaxType) {
+    throw Cog::RangeError("FlowspecKey::matchCompType > 15 not allowed");
+  }
+  opVals_.push_back(OpVal::pack(type, op, value));
 }
 
 MatchOpValResult FlowspecKey::getOptVal(MatchOpValIndex index) const {
   if (index.value() >= opVals_.size()) {
     return MatchOpValResult{};
   }
-  OpVal const& pair = opVals_[index.value()];
+  OpVal const pair = opVals_[index.value()];
   std::size_t const next = index.value() + 1u;
   return MatchOpValResult{pair.type, pair.op, pair.value,
                           MatchOpValIndex(next < opVals_.size() ? static_cast<long>(next) : 0)};
 }
 
+namespace {
+
+// A multiply-xorshift mix; keys land in hashed maps by the hundred thousand, so every input
+// bit should reach the low bits that pick the bucket.
+constexpr std::uint64_t kMul = 0x9E3779B97F4A7C15ull;
+
+inline std::uint64_t mix(std::uint64_t h, std::uint64_t v) {
+  h = (h ^ v) * kMul;
+  return h ^ (h >> 29);
+}
+
+std::uint64_t mixPrefix(std::uint64_t h, Nwk::IpGenPrefix const& prefix) {
+  if (prefix.isEmpty()) {
+    return mix(h, 0);
+  }
+  std::uint64_t lo;
+  std::uint64_t hi;
+  std::memcpy(&lo, prefix.addr().bytes().data(), 8);
+  std::memcpy(&hi, prefix.addr().bytes().data() + 8, 8);
+  h = mix(h, std::uint64_t{prefix.len()} << 8 | static_cast<std::uint64_t>(prefix.af()));
+  h = mix(h, lo);
+  return prefix.af() == Nwk::AddressFamily::ipv6 ? mix(h, hi) : h;
+}
+
+}  // namespace
+
 std::size_t FlowspecKey::hash() const {
-  std::size_t h = 0xcbf29ce484222325ull ^ static_cast<std::size_t>(af_);
-  auto mix = [&h](std::uint64_t v) { h = (h ^ v) * 0x100000001B3ull; };
-  for (auto const* prefix : {&destinationPrefix_, &sourcePrefix_}) {
-    mix(std::hash<Nwk::IpGenPrefix>()(*prefix));
+  std::uint64_t h = mix(0, static_cast<std::uint64_t>(af_) << 16 | opVals_.size());
+  h = mixPrefix(h, destinationPrefix_);
+  h = mixPrefix(h, sourcePrefix_);
+  std::uint32_t const* words = opVals_.data();
+  std::size_t const count = opVals_.size();
+  std::size_t i = 0;
+  for (; i + 1 < count; i += 2) {
+    h = mix(h, std::uint64_t{words[i]} << 32 | words[i + 1]);
   }
-  for (OpVal const& pair : opVals_) {
-    mix(static_cast<std::uint64_t>(pair.type) << 40 | std::uint64_t{pair.op} << 32 | pair.value);
+  if (i < count) {
+    h = mix(h, words[i]);
   }
-  return h;
+  return static_cast<std::size_t>(h);
 }
 
 std::uint8_t canonicalOpByte(std::uint8_t logicalAndBits, std::uint32_t value, bool lastOfRun) {
@@ -117,15 +163,17 @@ class ComponentCursor {
         return true;
       }
     }
-    auto const& pairs = key_.opVals();
+    OpValList const& pairs = key_.opVals();
     if (pos_ >= pairs.size()) {
       return false;
     }
+    std::uint32_t const* words = pairs.data();
+    std::uint32_t const type = words[pos_] >> 28;
     std::size_t end = pos_ + 1;
-    while (end < pairs.size() && pairs[end].type == pairs[pos_].type) {
+    while (end < pairs.size() && words[end] >> 28 == type) {
       ++end;
     }
-    c = {pairs[pos_].type, nullptr, pos_, end};
+    c = {static_cast<MatchCompType>(type), nullptr, pos_, end};
     pos_ = end;
     return true;
   }
@@ -141,13 +189,13 @@ class ComponentCursor {
 class ComponentBytes {
  public:
   ComponentBytes(FlowspecKey const& key, Component const& c)
-      : pairs_(key.opVals()), pair_(c.first), last_(c.last) {}
+      : words_(key.opVals().data()), pair_(c.first), last_(c.last) {}
 
   bool next(std::uint8_t& byte) {
     if (pair_ >= last_) {
       return false;
     }
-    auto const& pair = pairs_[pair_];
+    OpVal const pair = OpVal::unpack(words_[pair_]);
     unsigned const length = 1u << ((pair.op & OpBits::kLength) >> 4);
     if (offset_ == 0) {
       byte = pair.op;
@@ -163,7 +211,7 @@ class ComponentBytes {
   }
 
  private:
-  std::vector<FlowspecKey::OpVal> const& pairs_;
+  std::uint32_t const* words_;
   std::size_t pair_;
   std::size_t last_;
   unsigned offset_ = 0;
@@ -174,11 +222,17 @@ int comparePrefixes(Nwk::IpGenPrefix const& a, Nwk::IpGenPrefix const& b) {
   unsigned const common = std::min(a.len(), b.len());
   auto const& x = a.addr().bytes();
   auto const& y = b.addr().bytes();
-  for (unsigned bit = 0; bit < common; ++bit) {
-    unsigned const xb = (x[bit / 8] >> (7 - bit % 8)) & 1;
-    unsigned const yb = (y[bit / 8] >> (7 - bit % 8)) & 1;
-    if (xb != yb) {
-      return xb < yb ? -1 : 1;  // the lower address first
+  // The lower address over the common bits first.
+  unsigned const whole = common / 8;
+  for (unsigned i = 0; i < whole; ++i) {
+    if (x[i] != y[i]) {
+      return x[i] < y[i] ? -1 : 1;
+    }
+  }
+  if (unsigned const rest = common % 8) {
+    auto const mask = static_cast<std::uint8_t>(0xFF << (8 - rest));
+    if ((x[whole] & mask) != (y[whole] & mask)) {
+      return (x[whole] & mask) < (y[whole] & mask) ? -1 : 1;
     }
   }
   return a.len() == b.len() ? 0 : a.len() > b.len() ? -1 : 1;  // the longer prefix first
@@ -229,10 +283,6 @@ int precedence(FlowspecKey const& a, FlowspecKey const& b) {
   }
 }
 
-auto contentTuple(FlowspecKey const& key) {
-  return std::tie(key.destinationPrefix(), key.sourcePrefix());
-}
-
 }  // namespace
 
 bool FlowspecKey::operator<(FlowspecKey const& other) const {
@@ -242,14 +292,14 @@ bool FlowspecKey::operator<(FlowspecKey const& other) const {
   if (int const cmp = precedence(*this, other); cmp != 0) {
     return cmp < 0;
   }
-  if (contentTuple(*this) != contentTuple(other)) {
-    return contentTuple(*this) < contentTuple(other);
+  // The RFC finds them equal: order by content, so that < is strict and agrees with ==.
+  if (destinationPrefix_ != other.destinationPrefix_) {
+    return destinationPrefix_ < other.destinationPrefix_;
   }
-  return std::lexicographical_compare(
-      opVals_.begin(), opVals_.end(), other.opVals_.begin(), other.opVals_.end(),
-      [](OpVal const& x, OpVal const& y) {
-        return std::tie(x.type, x.op, x.value) < std::tie(y.type, y.op, y.value);
-      });
+  if (sourcePrefix_ != other.sourcePrefix_) {
+    return sourcePrefix_ < other.sourcePrefix_;
+  }
+  return opVals_ < other.opVals_;
 }
 
 }  // namespace Flowspec

@@ -7,9 +7,9 @@
 #include <ostream>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "models/flowspec/MatchOpVal.h"
+#include "models/flowspec/OpValList.h"
 #include "platform/cog/Errors.h"
 #include "platform/nwk/IpGenPrefix.h"
 
@@ -49,14 +49,9 @@ class KeyParseError : public Cog::Error {
 // after "proto" and printed as numbers.
 class FlowspecKey {
  public:
+  using OpVal = Flowspec::OpVal;
   static constexpr std::uint32_t kMaxValue = 0xFFFFF;
-
-  struct OpVal {
-    MatchCompType type;
-    std::uint8_t op;
-    std::uint32_t value;
-    bool operator==(OpVal const&) const = default;
-  };
+  static constexpr std::uint32_t kMaxType = 15;
 
   FlowspecKey() = default;
   // Throws a range error unless `af` is IPv4 or IPv6.
@@ -70,8 +65,10 @@ class FlowspecKey {
   void sourcePrefixIs(Nwk::IpGenPrefix const& prefix);
 
   std::size_t opValCount() const { return opVals_.size(); }
-  std::vector<OpVal> const& opVals() const { return opVals_; }
-  // Appends a pair; range errors past 2048 pairs or for a value above 0xFFFFF.
+  // The pairs in list order; data() gives them packed as the raw rule table holds them.
+  OpValList const& opVals() const { return opVals_; }
+  // Appends a pair. Range errors: past 2048 pairs (the MatchOpValIndex text), a value above
+  // 0xFFFFF, a type above 15 (the widths of the packed word).
   void opValAppend(MatchCompType type, std::uint8_t op, std::uint32_t value);
   // The pair at `index`; type none, op 0, value 0 and next 0 when the key has no such pair.
   MatchOpValResult getOptVal(MatchOpValIndex index) const;
@@ -82,15 +79,17 @@ class FlowspecKey {
 
   std::string stringValue() const;
   std::string toStrep() const { return stringValue(); }
-  // Replaces this key by the key of `text`; throws KeyParseError when it does not parse.
+  // Replaces this key by the key of `text`; throws KeyParseError when it does not parse, and
+  // then leaves this key as it was.
   void copyInStringValue(std::string_view text);
+  // The key of `text`, or nullopt with the error text (naming the position) in *error.
   static std::optional<FlowspecKey> parse(std::string_view text, std::string* error);
 
  private:
-  Nwk::AddressFamily af_ = Nwk::AddressFamily::ipv4;
   Nwk::IpGenPrefix destinationPrefix_;
   Nwk::IpGenPrefix sourcePrefix_;
-  std::vector<OpVal> opVals_;
+  Nwk::AddressFamily af_ = Nwk::AddressFamily::ipv4;
+  OpValList opVals_;
 };
 
 inline std::ostream& operator<<(std::ostream& os, FlowspecKey const& key) {

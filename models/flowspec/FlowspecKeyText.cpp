@@ -183,21 +183,23 @@ class Parser {
     destination ? key.destinationPrefixIs(*prefix) : key.sourcePrefixIs(*prefix);
   }
 
+  // A component name; "type" N only for the numbers without a name (0, 14, 15, and 1 and 2 as
+  // pairs), without leading zeros, so that each type has one spelling.
   MatchCompType typeOf(std::string_view name, std::size_t namePos) {
     for (std::uint32_t t = 3; t <= 13; ++t) {
       if (compTypeName(static_cast<MatchCompType>(t)) == name) {
         return static_cast<MatchCompType>(t);
       }
     }
-    if (name.size() > 4 && name.substr(0, 4) == "type") {
-      std::uint32_t number = 0;
-      bool digits = name.size() <= 6;
-      for (char c : name.substr(4)) {
-        digits = digits && std::isdigit(static_cast<unsigned char>(c));
-        number = number * 10 + static_cast<std::uint32_t>(c - '0');
-      }
-      if (digits && number <= 15) {
-        return static_cast<MatchCompType>(number);
+    if (name.size() > 4 && name.substr(0, 4) == "type" && (name.size() == 5 || name[4] != '0')) {
+      auto const number = decimal(name.substr(4));
+      if (number && *number <= FlowspecKey::kMaxType) {
+        auto const type = static_cast<MatchCompType>(*number);
+        if (kindOf(type) != Kind::other) {
+          fail(namePos, "type " + std::to_string(*number) + " is written '" + compTypeName(type) +
+                            "'");
+        }
+        return type;
       }
     }
     if (name.empty()) {
@@ -210,6 +212,7 @@ class Parser {
     std::uint8_t op;
     std::uint32_t value;
     bool raw;
+    std::size_t pos;
   };
 
   void parseList(FlowspecKey& key, MatchCompType type, std::string_view name) {
@@ -236,6 +239,9 @@ class Parser {
       std::uint8_t const op =
           pairs[i].raw ? pairs[i].op
                        : canonicalOpByte(pairs[i].op, pairs[i].value, i + 1 == pairs.size());
+      if (key.opValCount() > MatchOpValIndex::max) {
+        fail(pairs[i].pos, "more than " + std::to_string(MatchOpValIndex::max + 1) + " pairs");
+      }
       key.opValAppend(type, op, pairs[i].value);
     }
   }
@@ -259,13 +265,13 @@ class Parser {
       if (((op & OpBits::kAnd) != 0) != andBit) {
         fail(pairPos, "the AND bit of the operator disagrees with the separator");
       }
-      return Parsed{static_cast<std::uint8_t>(op), parseValue(type), true};
+      return Parsed{static_cast<std::uint8_t>(op), parseValue(type), true, pairPos};
     }
     if (kindOf(type) == Kind::bitmask) {
       std::uint8_t op = andOp;
       op |= consume("!") ? OpBits::kNot : 0;
       op |= consume("=") ? OpBits::kMatch : 0;
-      return Parsed{op, parseValue(type), false};
+      return Parsed{op, parseValue(type), false, pairPos};
     }
     if (kindOf(type) == Kind::other) {
       fail(pairPos, "a component without a name takes raw pairs '#0xHH:value'");
@@ -274,7 +280,7 @@ class Parser {
         {"<=", 5}, {">=", 3}, {"!=", 6}, {"=", 1}, {"<", 4}, {">", 2}};
     for (auto const& [token, bits] : kOps) {
       if (consume(token)) {
-        return Parsed{static_cast<std::uint8_t>(andOp | bits), parseValue(type), false};
+        return Parsed{static_cast<std::uint8_t>(andOp | bits), parseValue(type), false, pairPos};
       }
     }
     fail(pairPos, "expected an operator (=, <, >, <=, >=, !=)");
@@ -291,15 +297,17 @@ class Parser {
     if (token.empty()) {
       fail(valuePos, "expected a value");
     }
+    // Values are written as the printer writes them: bitmasks by flag names or in hexadecimal,
+    // everything else in decimal (and protocols also by name).
     std::optional<std::uint64_t> value;
-    if (token.size() > 2 && token.substr(0, 2) == "0x") {
-      value = number(token.substr(2), 16);
-    } else if (std::isdigit(static_cast<unsigned char>(token[0]))) {
-      value = number(token, 10);
-    } else if (kindOf(type) == Kind::bitmask) {
-      value = flags(type, token);
-    } else if (type == MatchCompType::ipProtocol) {
-      value = protocol(token);
+    if (kindOf(type) == Kind::bitmask) {
+      value = token.size() > 2 && token.substr(0, 2) == "0x" ? hexadecimal(token.substr(2))
+                                                            : flags(type, token);
+    } else {
+      value = decimal(token);
+      if (!value && type == MatchCompType::ipProtocol) {
+        value = protocol(token);
+      }
     }
     if (!value) {
       fail(valuePos, "expected a value, not '" + std::string(token) + "'");
@@ -310,20 +318,33 @@ class Parser {
     return static_cast<std::uint32_t>(*value);
   }
 
-  static std::optional<std::uint64_t> number(std::string_view digits, int base) {
+  // Up to 8 digits: enough for every value, and no overflow before the bound is checked.
+  static std::optional<std::uint64_t> decimal(std::string_view digits) {
     if (digits.empty() || digits.size() > 8) {
       return std::nullopt;
     }
     std::uint64_t value = 0;
     for (char c : digits) {
-      int digit = std::isdigit(static_cast<unsigned char>(c)) ? c - '0'
-                  : std::isxdigit(static_cast<unsigned char>(c)) && base == 16
-                      ? std::tolower(c) - 'a' + 10
-                      : -1;
-      if (digit < 0) {
+      if (!std::isdigit(static_cast<unsigned char>(c))) {
         return std::nullopt;
       }
-      value = value * static_cast<std::uint64_t>(base) + static_cast<std::uint64_t>(digit);
+      value = value * 10 + static_cast<std::uint64_t>(c - '0');
+    }
+    return value;
+  }
+
+  static std::optional<std::uint64_t> hexadecimal(std::string_view digits) {
+    if (digits.empty() || digits.size() > 8) {
+      return std::nullopt;
+    }
+    std::uint64_t value = 0;
+    for (char c : digits) {
+      if (!std::isxdigit(static_cast<unsigned char>(c))) {
+        return std::nullopt;
+      }
+      int const digit = std::isdigit(static_cast<unsigned char>(c)) ? c - '0'
+                                                                    : std::tolower(c) - 'a' + 10;
+      value = value * 16 + static_cast<std::uint64_t>(digit);
     }
     return value;
   }

@@ -10,9 +10,7 @@ FlowspecTidalKey::FlowspecTidalKey(Vrf::VrfIdMap::VrfId vrfId, FlowspecKey const
       af_(static_cast<std::uint8_t>(key.af())),
       destinationPrefix_(key.destinationPrefix()),
       sourcePrefix_(key.sourcePrefix()) {
-  for (auto const& pair : key.opVals()) {
-    words_.push_back(pack(pair.type, pair.op, pair.value));
-  }
+  words_.copyIn(key.opVals().data(), key.opVals().size());
 }
 
 FlowspecTidalKey::FlowspecTidalKey(Vrf::VrfIdMap::VrfId vrfId, std::uint8_t af,
@@ -33,8 +31,8 @@ FlowspecKey FlowspecTidalKey::getFlowspecKey() const {
   key.destinationPrefixIs(destinationPrefix_);
   key.sourcePrefixIs(sourcePrefix_);
   for (std::uint32_t word : words_) {
-    key.opValAppend(static_cast<MatchCompType>(word >> 28),
-                    static_cast<std::uint8_t>(word >> 20), word & 0xFFFFF);
+    OpVal const pair = OpVal::unpack(word);
+    key.opValAppend(pair.type, pair.op, pair.value);
   }
   return key;
 }
@@ -46,13 +44,10 @@ bool FlowspecTidalKey::operator<(FlowspecTidalKey const& other) const {
 }
 
 std::size_t FlowspecTidalKey::hash() const {
-  std::size_t h = (0xcbf29ce484222325ull ^ vrfId_) * 0x100000001B3ull ^ af_;
-  h = (h ^ std::hash<Nwk::IpGenPrefix>()(destinationPrefix_)) * 0x100000001B3ull;
-  h = (h ^ std::hash<Nwk::IpGenPrefix>()(sourcePrefix_)) * 0x100000001B3ull;
-  for (std::uint32_t word : words_) {
-    h = (h ^ word) * 0x100000001B3ull;
-  }
-  return h;
+  std::size_t h = std::size_t{vrfId_} << 8 | af_;
+  h = (h ^ std::hash<Nwk::IpGenPrefix>()(destinationPrefix_)) * 0x9E3779B97F4A7C15ull;
+  h = (h ^ std::hash<Nwk::IpGenPrefix>()(sourcePrefix_)) * 0x9E3779B97F4A7C15ull;
+  return words_.hash(h);
 }
 
 std::string FlowspecTidalKey::toStrep() const {
@@ -61,8 +56,15 @@ std::string FlowspecTidalKey::toStrep() const {
     return out + getFlowspecKey().stringValue();
   } catch (Cog::Error const&) {
     char text[32];
-    std::snprintf(text, sizeof text, "raw af %u words", af_);
+    std::snprintf(text, sizeof text, "raw af %u", af_);
     out += text;
+    if (!destinationPrefix_.isEmpty()) {
+      out += " dst " + destinationPrefix_.toStrep();
+    }
+    if (!sourcePrefix_.isEmpty()) {
+      out += " src " + sourcePrefix_.toStrep();
+    }
+    out += " words";
     for (std::uint32_t word : words_) {
       std::snprintf(text, sizeof text, " %08x", word);
       out += text;

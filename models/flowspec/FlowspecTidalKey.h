@@ -18,13 +18,16 @@ namespace Flowspec {
 //   bits 31..28  component type (0..15; flowspec uses 3..13 here, prefixes are separate)
 //   bits 27..20  the operator byte as on the wire (end, AND, length, operator bits)
 //   bits 19..0   the value, up to 0xFFFFF (the IPv6 flow label is the widest field)
-// A key has at most 2048 pairs. The default key is the empty key, which no rule has.
+// This is the packing FlowspecKey holds its pairs in, so a conversion copies the words. A key
+// has at most 2048 pairs. The default key is the empty key (VRF 0, family byte 0), which no rule
+// has. operator< is a total order on the content (VRF first), not the rule precedence.
 class FlowspecTidalKey {
  public:
   using Words = Tidal::PodArray<std::uint32_t, 2048>;
 
-  static std::uint32_t pack(MatchCompType type, std::uint8_t op, std::uint32_t value) {
-    return static_cast<std::uint32_t>(type) << 28 | std::uint32_t{op} << 20 | (value & 0xFFFFF);
+  // The word of one pair (the packing above; wider types and values are cut to their fields).
+  static constexpr std::uint32_t pack(MatchCompType type, std::uint8_t op, std::uint32_t value) {
+    return OpVal::pack(type, op, value);
   }
 
   FlowspecTidalKey() = default;
@@ -46,7 +49,8 @@ class FlowspecTidalKey {
   bool operator==(FlowspecTidalKey const&) const = default;
   bool operator<(FlowspecTidalKey const& other) const;
   std::size_t hash() const;
-  // "vrf 3 ipv4 dport =80", or a raw dump when the content is not a rule key.
+  // "vrf 3 ipv4 dport =80", or a raw dump when the content is not a rule key:
+  // "vrf 3 raw af 7 dst 10.0.0.0/8 words 58100050".
   std::string toStrep() const;
 
  private:

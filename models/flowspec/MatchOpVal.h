@@ -31,6 +31,9 @@ class MatchOpValIndex {
   explicit MatchOpValIndex(long value);
 
   std::uint16_t value() const { return value_; }
+  // The following position; the range error past max.
+  MatchOpValIndex& operator++();
+  MatchOpValIndex operator++(int);
   auto operator<=>(MatchOpValIndex const&) const = default;
   bool operator==(MatchOpValIndex const&) const = default;
 

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <functional>
 #include <string>
 #include <type_traits>
@@ -19,10 +21,12 @@ class PodArraySizeError : public Cog::SizeError {
   char const* arrayName() const { return "PodArray"; }
 };
 
-// A bounded array of plain values inside a table entry. The in-process backing stores only the
-// used elements, never more than N. A count above N (a corrupt or hostile entry) throws the
-// size error "expected size <= N, instead got COUNT. Buffer is at address: 0x... with
-// contents: ..." (the first 16 elements in hexadecimal).
+// A bounded array of plain values inside a table entry. Table entries come from another
+// process and are not trusted, so the bound is checked on every way in: a count above N throws
+//   "expected size <= N, instead got COUNT. Buffer is at address: 0xADDR with contents: C"
+// where C is the first 16 elements in hexadecimal separated by blanks, then " ..." when there
+// are more (elements that are not integers are shown as their bytes). The in-process backing
+// stores only the used elements, never more than N. A plain value; no re-entrancy concerns.
 template <class T, std::size_t N>
 class PodArray {
   static_assert(std::is_trivially_copyable_v<T>);
@@ -32,17 +36,17 @@ class PodArray {
 
   PodArray() = default;
 
+  // Replaces the contents by `count` elements at `data`.
   void copyIn(T const* data, std::size_t count) {
     if (count > N) {
-      throwSizeError(data, count);
+      throwSizeError(data, count, count);
     }
     elements_.assign(data, data + count);
   }
   void push_back(T const& value) {
     if (elements_.size() >= N) {
-      std::vector<T> tmp(elements_);
-      tmp.push_back(value);
-      throwSizeError(tmp.data(), tmp.size());
+      // The buffer that would have held the count: this array's.
+      throwSizeError(elements_.data(), elements_.size() + 1, elements_.size());
     }
     elements_.push_back(value);
   }
@@ -55,20 +59,53 @@ class PodArray {
   auto end() const { return elements_.end(); }
 
   bool operator==(PodArray const&) const = default;
+  // Lexicographic, element by element.
   bool operator<(PodArray const& other) const { return elements_ < other.elements_; }
+  // Over the elements' bytes when they have no padding, else through std::hash<T>.
+  std::size_t hash(std::size_t seed = 0) const {
+    std::uint64_t h = seed ^ (elements_.size() * kMul);
+    if constexpr (std::has_unique_object_representations_v<T>) {
+      auto const* bytes = reinterpret_cast<unsigned char const*>(elements_.data());
+      std::size_t const length = elements_.size() * sizeof(T);
+      std::size_t i = 0;
+      for (; i + 8 <= length; i += 8) {
+        std::uint64_t chunk;
+        std::memcpy(&chunk, bytes + i, 8);
+        h = mix(h, chunk);
+      }
+      if (i < length) {
+        std::uint64_t chunk = 0;
+        std::memcpy(&chunk, bytes + i, length - i);
+        h = mix(h, chunk);
+      }
+    } else {
+      for (T const& element : elements_) {
+        h = mix(h, std::hash<T>()(element));
+      }
+    }
+    return static_cast<std::size_t>(h);
+  }
 
  private:
-  [[noreturn]] static void throwSizeError(T const* data, std::size_t count) {
+  static constexpr std::uint64_t kMul = 0x9E3779B97F4A7C15ull;
+  static std::uint64_t mix(std::uint64_t h, std::uint64_t v) {
+    h = (h ^ v) * kMul;
+    return h ^ (h >> 29);
+  }
+
+  // `available` elements at `data` may be read (none when `data` is null).
+  [[noreturn]] static void throwSizeError(T const* data, std::size_t count,
+                                          std::size_t available) {
     char address[32];
-    std::snprintf(address, sizeof address, "%p", static_cast<void const*>(data));
+    std::snprintf(address, sizeof address, "0x%llx",
+                  static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(data)));
     std::string contents;
-    for (std::size_t i = 0; i < count && i < 16; ++i) {
-      char word[24];
-      std::snprintf(word, sizeof word, "%s0x%llx", i ? " " : "",
-                    static_cast<unsigned long long>(data[i]));
-      contents += word;
+    std::size_t const shown = data ? std::min<std::size_t>({count, available, 16}) : 0;
+    for (std::size_t i = 0; i < shown; ++i) {
+      contents += i ? " " : "";
+      contents += elementText(data[i]);
     }
-    if (count > 16) {
+    if (count > shown) {
       contents += " ...";
     }
     throw PodArraySizeError("expected size <= " + std::to_string(N) + ", instead got " +
@@ -76,7 +113,37 @@ class PodArray {
                             " with contents: " + contents);
   }
 
+  static std::string elementText(T const& element) {
+    char text[24];
+    if constexpr (std::is_same_v<T, bool>) {
+      return element ? "0x1" : "0x0";
+    } else if constexpr (std::is_integral_v<T> || std::is_enum_v<T>) {
+      using Unsigned = std::make_unsigned_t<
+          typename std::conditional_t<std::is_enum_v<T>, std::underlying_type<T>,
+                                      std::type_identity<T>>::type>;
+      std::snprintf(text, sizeof text, "0x%llx",
+                    static_cast<unsigned long long>(static_cast<Unsigned>(element)));
+      return text;
+    } else {
+      unsigned char bytes[sizeof(T)];
+      std::memcpy(bytes, &element, sizeof(T));
+      std::string out = "0x";
+      for (unsigned char b : bytes) {
+        std::snprintf(text, sizeof text, "%02x", b);
+        out += text;
+      }
+      return out;
+    }
+  }
+
   std::vector<T> elements_;
 };
 
 }  // namespace Tidal
+
+template <class T, std::size_t N>
+struct std::hash<Tidal::PodArray<T, N>> {
+  std::size_t operator()(Tidal::PodArray<T, N> const& array) const noexcept {
+    return array.hash();
+  }
+};

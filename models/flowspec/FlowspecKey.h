@@ -31,22 +31,25 @@ class KeyParseError : public Cog::Error {
 // before IPv6 keys. Keys that the RFC comparison finds equal but that differ (possible only with
 // odd encodings) are ordered by their content, so the order is strict and agrees with ==.
 //
-// stringValue() is the canonical text, which round-trips exactly through copyInStringValue and
-// is also how people write rules:
+// stringValue() is the canonical text (one text per key), which round-trips exactly through
+// copyInStringValue: class-maps are named by it, and it is also how people write rules:
 //   "ipv4 dst 10.0.0.0/8 proto =6 dport >=1024&<=2048|=80 tcp-flags =syn&!ack"
 //   key       := "ipv4" | "ipv6", then components separated by blanks
-//   component := ("dst" | "src") prefix | name list, one run of pairs of one type
+//   component := ("dst" | "src") prefix | name list, one run of consecutive pairs of one type
 //   name      := proto port dport sport icmp-type icmp-code tcp-flags len dscp frag flow-label,
-//                or "type" N for other type numbers
+//                or "type" N for the numbers without a name (0, 1 and 2 as pairs, 14, 15)
 //   list      := ["&"] pair { ("&" | "|") pair }   "&" sets the AND bit, "|" clears it
 //   numeric   := ("=" | "<" | ">" | "<=" | ">=" | "!=") decimal
 //   bitmask   := ["!"] ["="] flags   "=" is MATCH (all set), "!" is NOT: "=syn+ack" all set,
 //                "syn+ack" any set, "!syn" none set, "!=syn+ack" not all set; flags by name
-//                (tcp: fin syn rst psh ack urg ece cwr ns; frag: df isf ff lf) or 0xHEX
-//   raw       := "#0x" HEX ":" value  the whole operator byte, for anything else
-// A compact pair implies the canonical operator byte: the minimal value length and the end
-// bit on the last pair of the run only. Protocol names (tcp, udp, icmp, ...) are accepted
-// after "proto" and printed as numbers.
+//                (tcp: fin syn rst psh ack urg ece cwr ns; frag: df isf ff lf), else 0xHEX
+//   raw       := "#0x" HEX ":" value   the whole operator byte, the value as a compact pair has it
+// A compact pair implies the canonical operator byte: its logical bits, the AND bit of its
+// separator, the minimal value length (1, 2 or 4 octets) and the end bit on the last pair of the
+// run only. The printer writes a pair compactly exactly when its byte is that canonical byte
+// (numeric pairs also need one of the six operators), else raw; the separator before a raw pair
+// must agree with its AND bit. Protocol names (tcp, udp, icmp, icmpv6, gre, esp, ah, sctp) are
+// accepted after "proto" and printed as numbers; extra blanks between words are tolerated.
 class FlowspecKey {
  public:
   using OpVal = Flowspec::OpVal;

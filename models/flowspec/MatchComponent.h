@@ -35,7 +35,7 @@ class MatchComponent {
   bool matchTypePrefix() const { return isPrefixType(matchCompType_); }
 
   bool operator==(MatchComponent const&) const = default;
-  // "dport [80, 80] [443, 443]", "tcp-flags syn !ack", "dst 10.0.0.0/8".
+  // "dport [80, 80] [443, 443]", "tcp-flags {syn !ack} {fin}" (masks sorted), "dst 10.0.0.0/8".
   std::string toStrep() const;
 
  private:

@@ -1,18 +1,30 @@
 #pragma once
 
+#include <cstdint>
 #include <random>
 
 #include "models/flowspec/FlowspecKey.h"
 
 namespace FlowspecTest {
 
-// Random rule keys that exercise every operator bit, AND bit, length and end bit, value range,
-// both families and prefixes. Deterministic for a seed.
+// Random rule keys, deterministic for a seed.
+//
+// The wide generator exercises every operator bit, AND bit, length and end bit, value range,
+// both families, prefixes of every length and every type number a key can hold (raw operator
+// bytes as a hostile table could hold them included).
+//
+// The narrow generator draws from small pools (a few prefixes that nest or share leading bits,
+// three types, values and operator bytes whose encodings tie or differ only in length) so that
+// keys often share components, tie under the rule precedence, or are equal: what order and
+// equality tests need.
 class KeyGenerator {
  public:
-  explicit KeyGenerator(unsigned seed) : rng_(seed) {}
+  explicit KeyGenerator(unsigned seed, bool narrow = false) : rng_(seed), narrow_(narrow) {}
 
-  Flowspec::FlowspecKey next() {
+  Flowspec::FlowspecKey next() { return narrow_ ? nextNarrow() : nextWide(); }
+
+ private:
+  Flowspec::FlowspecKey nextWide() {
     bool const v6 = rng_() % 2;
     Flowspec::FlowspecKey key(v6 ? Nwk::AddressFamily::ipv6 : Nwk::AddressFamily::ipv4);
     if (rng_() % 2) {
@@ -44,7 +56,32 @@ class KeyGenerator {
     return key;
   }
 
- private:
+  Flowspec::FlowspecKey nextNarrow() {
+    bool const v6 = rng_() % 5 == 0;
+    Flowspec::FlowspecKey key(v6 ? Nwk::AddressFamily::ipv6 : Nwk::AddressFamily::ipv4);
+    static char const* const kV4[] = {"10.0.0.0/8", "10.0.0.0/16", "10.1.0.0/16", "11.0.0.0/8",
+                                      "0.0.0.0/0"};
+    static char const* const kV6[] = {"2001:db8::/32", "2001:db8::/48", "2001:db9::/32"};
+    for (int which = 0; which < 2; ++which) {
+      if (rng_() % 2) {
+        auto const text = v6 ? kV6[rng_() % 3] : kV4[rng_() % 5];
+        auto const p = *Nwk::IpGenPrefix::parse(text);
+        which == 0 ? key.destinationPrefixIs(p) : key.sourcePrefixIs(p);
+      }
+    }
+    static constexpr Flowspec::MatchCompType kTypes[] = {Flowspec::MatchCompType::ipProtocol,
+                                                         Flowspec::MatchCompType::destinationPort,
+                                                         Flowspec::MatchCompType::tcpFlags};
+    // 0x31: 8 octets; 0x01 and 0x81 differ in the end bit only; 0x11/0x91 encode 2 octets.
+    static constexpr std::uint8_t kOps[] = {0x81, 0x01, 0x91, 0x11, 0xb1, 0x31, 0x41, 0xc1};
+    static constexpr std::uint32_t kValues[] = {0, 6, 80, 256, 443, 0x10050};
+    int const pairs = static_cast<int>(rng_() % 4);
+    for (int p = 0; p < pairs; ++p) {
+      key.opValAppend(kTypes[rng_() % 3], kOps[rng_() % 8], kValues[rng_() % 6]);
+    }
+    return key;
+  }
+
   std::uint32_t valueFor(Flowspec::MatchCompType type) {
     switch (rng_() % 4) {
       case 0:
@@ -73,6 +110,7 @@ class KeyGenerator {
   }
 
   std::mt19937 rng_;
+  bool narrow_;
 };
 
 }  // namespace FlowspecTest

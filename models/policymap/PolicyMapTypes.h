@@ -6,7 +6,8 @@
 
 namespace PolicyMap {
 
-// The kind of a policy-map configuration tree; the flowspec feature has its own.
+// The kind of a policy-map configuration tree; each feature that classifies traffic has its
+// own, and the flowspec feature's is 4.
 struct MapType {
   std::uint8_t value = 0;
   auto operator<=>(MapType const&) const = default;
@@ -21,13 +22,18 @@ enum class ActionType : std::uint8_t {
   actionPermit = 4,
   actionDeny = 5,
 };
+// The dump text of an action type: "police", "set-dscp", "pbr-forward", "permit", "deny",
+// "none" (also for values outside the enumeration).
+char const* actionTypeText(ActionType type);
 
+// The position of a class in its policy-map: lower values match first.
 using ClassPriority = std::uint32_t;
 
 // A DSCP value, 0 to 63.
 class Dscp {
  public:
-  explicit Dscp(unsigned value);  // range error "Dscp::value < 0 or > 63 not allowed"
+  // Range error "Dscp::value < 0 or > 63 not allowed" above 63.
+  explicit Dscp(unsigned value);
   std::uint8_t value() const { return value_; }
   bool operator==(Dscp const&) const = default;
 
@@ -35,7 +41,9 @@ class Dscp {
   std::uint8_t value_;
 };
 
-// A police rate in bits per second; `burst` is always written as 0 by flowspec.
+// A police rate in bits per second. The hardware takes a burst size too, but flowspec rate
+// limits carry none, so the system always writes 0 and leaves the choice to the programming
+// machinery.
 struct PoliceRate {
   std::uint64_t rate = 0;
   std::uint64_t burst = 0;
@@ -56,6 +64,7 @@ enum class ClassState : std::uint8_t {
   classStateRemoved = 5,
 };
 
+// How far the programming of a policy has got.
 enum class OperationProgress : std::uint8_t {
   notStarted = 0,
   pending = 1,

@@ -1,2 +1,7 @@
-# Policy-map, PBR and L3 name records, relative to models/.
-list(APPEND MODELS_SRCS policymap/PolicyMap.cpp)
+# Policy-map records, relative to models/.
+list(APPEND MODELS_SRCS
+  policymap/Action.cpp
+  policymap/Config.cpp
+  policymap/PoliceAction.cpp
+  policymap/PolicyMapTypes.cpp
+  policymap/SetDscpAction.cpp)

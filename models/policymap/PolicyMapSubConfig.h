@@ -1,0 +1,30 @@
+#pragma once
+
+#include "models/policymap/ClassAction.h"
+#include "platform/cog/Record.h"
+#include "platform/kiln/UniqueId.h"
+
+namespace PolicyMap {
+
+// One version of a policy-map's content: the classes in match order and their actions. A
+// builder fills a new version completely before PolicyMapConfig::currCfgIs selects it, so the
+// programming machinery never sees a half-built policy.
+class PolicyMapSubConfig : public Cog::Entity {
+ public:
+  PolicyMapSubConfig(Kiln::UniqueId version, Cog::String name)
+      : version_(version), name_(std::move(name)) {}
+  COG_RECORD(PolicyMapSubConfig,
+             (orderedMap, ClassPriority, Cog::String, classPrio, ClassPrio),
+             (hashChildren, Cog::String, ClassAction, classAction, ClassAction));
+
+  Kiln::UniqueId const& version() const { return version_; }
+  Cog::String const& name() const { return name_; }
+  // A version is found again only under the name it was built with.
+  bool constructedWith(Cog::String const& name) const { return name == name_; }
+
+ private:
+  Kiln::UniqueId version_;
+  Cog::String name_;
+};
+
+}  // namespace PolicyMap

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "OrbFlowspec/FlowspecMounts.h"
+#include "OrbFlowspec/root/FlowspecMounts.h"
 
 namespace Agent {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "OrbFlowspec/FlowspecSm.h"
+#include "OrbFlowspec/root/FlowspecSm.h"
 
 namespace Agent {
 

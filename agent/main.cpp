@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string>
 
-#include "OrbFlowspec/FlowspecSm.h"
+#include "OrbFlowspec/root/FlowspecSm.h"
 #include "agent/MountedRecords.h"
 #include "agent/Scenario.h"
 #include "agent/Show.h"

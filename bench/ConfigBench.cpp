@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "OrbFlowspec/FlowspecVrfConfigSm.h"
+#include "OrbFlowspec/config/FlowspecVrfConfigSm.h"
 #include "tests/OrbFlowspec/support/StackHarness.h"
 
 namespace {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "OrbFlowspec/RuleSetSm.h"
+#include "OrbFlowspec/digestion/RuleSetSm.h"
 #include "platform/kiln/TaskScheduler.h"
 
 namespace {

@@ -3,7 +3,7 @@
 
 #include <random>
 
-#include "OrbFlowspec/ClassMapMatch.h"
+#include "OrbFlowspec/translation/ClassMapMatchBuilder.h"
 
 namespace {
 

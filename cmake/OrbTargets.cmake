@@ -1,7 +1,12 @@
 # Target helpers: one library per folder, one test binary per test folder, one benchmark binary
 # per benchmark file. Every target of ours gets the same warnings, include root and sanitizers.
 
-set(ORB_WARNINGS -Wall -Wextra -Wshadow -Werror)
+include(GoogleTest)
+
+set(ORB_WARNINGS -Wall -Wextra -Wshadow)
+if(ORB_WERROR)
+  list(APPEND ORB_WARNINGS -Werror)
+endif()
 
 function(orb_apply_common TARGET)
   target_compile_options(${TARGET} PRIVATE ${ORB_WARNINGS})
@@ -30,13 +35,14 @@ function(orb_library NAME)
   orb_apply_common(${NAME})
 endfunction()
 
-# orb_test(NAME SRCS ... DEPS ...): a GoogleTest binary registered with CTest.
+# orb_test(NAME SRCS ... DEPS ...): a GoogleTest binary whose cases CTest lists one by one, so
+# that a failure names its case.
 function(orb_test NAME)
   cmake_parse_arguments(ARG "" "" "SRCS;DEPS" ${ARGN})
   add_executable(${NAME} ${ARG_SRCS})
   target_link_libraries(${NAME} PRIVATE ${ARG_DEPS} orb::test_support GTest::gtest)
   orb_apply_common(${NAME})
-  add_test(NAME ${NAME} COMMAND ${NAME} --gtest_brief=1)
+  gtest_discover_tests(${NAME} EXTRA_ARGS --gtest_brief=1 DISCOVERY_TIMEOUT 120)
 endfunction()
 
 # orb_bench(NAME SRCS ... DEPS ...): a Google Benchmark binary; built, never run by CTest.

@@ -8,9 +8,18 @@
 
 namespace Cog {
 
+namespace detail {
+template <class T>
+class Made;
+}  // namespace detail
+
 // Base of every reference-counted framework object: records, state machines, groups.
 // The count is intrusive and single-threaded; an object is deleted when its last Ptr goes.
 // Objects are neither copyable nor movable: identity is what a Ptr shares.
+//
+// Counted objects are made only by Cog::make. Every class derived from Object is abstract until
+// make() instantiates it, so a counted object cannot be built on the stack, as a member or with
+// a bare new, where the first reactor or Ptr to let go of it would delete what it does not own.
 class Object {
  public:
   Object() = default;
@@ -27,6 +36,11 @@ class Object {
   std::uint32_t refCount() const noexcept { return refCount_; }
 
  private:
+  template <class T>
+  friend class detail::Made;
+  // Overridden only by the class that make() instantiates.
+  virtual void madeByMake() const = 0;
+
   mutable std::uint32_t refCount_ = 0;
 };
 
@@ -83,10 +97,24 @@ class Ptr {
   T* raw_ = nullptr;
 };
 
+namespace detail {
+
+// The concrete class of a counted T: T with the one override that only make() provides.
+template <class T>
+class Made final : public T {
+ public:
+  using T::T;
+
+ private:
+  void madeByMake() const override {}
+};
+
+}  // namespace detail
+
 // Creates a framework object and hands out its first reference.
 template <class T, class... Args>
 Ptr<T> make(Args&&... args) {
-  return Ptr<T>(new T(std::forward<Args>(args)...));
+  return Ptr<T>(new detail::Made<T>(std::forward<Args>(args)...));
 }
 
 template <class T, class U>

@@ -4,7 +4,6 @@
 
 #include "platform/cog/Assert.h"
 #include "platform/cog/Errors.h"
-#include "platform/kiln/Clocks.h"
 #include "platform/kiln/TimerTask.h"
 #include "platform/trace/Trace.h"
 
@@ -14,100 +13,10 @@ namespace {
 Trace::Handle gTrace("Kiln");
 }  // namespace
 
-// ---- TimerWheel ----
-
-TimerWheel::Slot TimerWheel::arm(TimerTask* timer, Cog::Seconds deadline) {
-  Slot const slot{deadline, ++armings_, timer};
-  timers_.insert(slot);
-  return slot;
-}
-
-std::optional<Cog::Seconds> TimerWheel::earliest() const {
-  if (timers_.empty()) {
-    return std::nullopt;
-  }
-  return std::get<0>(*timers_.begin());
-}
-
-TimerTask* TimerWheel::popDue(Cog::Seconds now) {
-  if (timers_.empty() || std::get<0>(*timers_.begin()) > now) {
-    return nullptr;
-  }
-  TimerTask* timer = std::get<2>(*timers_.begin());
-  timers_.erase(timers_.begin());
-  return timer;
-}
-
-// ---- Task ----
-
-Task::Task(Cog::Ptr<TaskScheduler> scheduler, TaskPriority priority, Cog::String name)
-    : scheduler_(std::move(scheduler)), priority_(priority), name_(std::move(name)) {}
-
-Task::Task(Cog::Ptr<TaskScheduler> scheduler, TaskPriority priority, Cog::String name,
-           std::function<void()> body)
-    : scheduler_(std::move(scheduler)),
-      priority_(priority),
-      name_(std::move(name)),
-      body_(std::move(body)) {}
-
-Task::~Task() {
-  if (scheduled_) {
-    scheduler_->dequeue(this);
-  }
-}
-
-void Task::run() {
-  if (body_) {
-    body_();
-  }
-}
-
-void Task::scheduleTask() {
-  if (!scheduled_) {
-    scheduler_->enqueue(this);
-  }
-}
-
-void Task::unscheduleTask() {
-  if (scheduled_) {
-    scheduler_->dequeue(this);
-  }
-}
-
-bool Task::taskShouldYield() { return scheduler_->shouldYield(this); }
-
-// ---- TimerTask ----
-
-TimerTask::~TimerTask() { stopTimerTask(); }
-
-void TimerTask::armAt(Cog::Seconds deadline) {
-  stopTimerTask();
-  slot_ = scheduler().timerWheel()->arm(this, deadline);
-  armed_ = true;
-}
-
-void TimerTask::scheduleTaskDelay(Cog::Seconds delay) { armAt(scheduler().now() + delay); }
-
-void TimerTask::scheduleTaskLowestDelay(Cog::Seconds delay) {
-  Cog::Seconds const deadline = scheduler().now() + delay;
-  if (!armed_ || deadline < expiry()) {
-    armAt(deadline);
-  }
-}
-
-void TimerTask::stopTimerTask() {
-  if (armed_) {
-    scheduler().timerWheel()->disarm(slot_);
-    armed_ = false;
-  }
-}
-
-// ---- TaskScheduler ----
-
 TaskScheduler::TaskScheduler(Mode mode, Cog::Seconds startTime)
     : mode_(mode), timerWheel_(Cog::make<TimerWheel>()) {
   if (mode == Mode::simulated) {
-    clock_ = std::make_unique<SimulatedClock>(startTime);
+    clock_ = std::make_unique<SimulatedClock>(toNanoseconds(startTime));
   } else {
     clock_ = std::make_unique<SteadyClock>();
   }
@@ -152,11 +61,11 @@ bool TaskScheduler::shouldYield(Task const* task) {
   if (mode_ == Mode::simulated) {
     return ++workUnits_ >= workQuantum_;
   }
-  return clock_->now() - runStart_ >= timeQuantum_;
+  return clock_->nowNs() - runStart_ >= timeQuantum_;
 }
 
 void TaskScheduler::fireDueTimers() {
-  while (TimerTask* timer = timerWheel_->popDue(clock_->now())) {
+  while (TimerTask* timer = timerWheel_->popDue(clock_->nowNs())) {
     timer->fired();
     timer->scheduleTask();
   }
@@ -173,7 +82,7 @@ bool TaskScheduler::runOneTask() {
     ~Running() { scheduler->running_ = nullptr; }
   } const running{this};
   running_ = task;
-  runStart_ = clock_->now();
+  runStart_ = clock_->nowNs();
   workUnits_ = 0;
   ++taskRuns_;
   try {
@@ -195,19 +104,19 @@ void TaskScheduler::runUntilIdle(std::uint64_t maxRuns) {
   }
 }
 
-void TaskScheduler::advanceTo(Cog::Seconds time) {
+void TaskScheduler::advanceTo(Nanoseconds time) {
   if (mode_ == Mode::simulated) {
     static_cast<SimulatedClock*>(clock_.get())->advanceTo(time);
     return;
   }
-  Cog::Seconds const wait = time - clock_->now();
+  Nanoseconds const wait = time - clock_->nowNs();
   if (wait > 0) {
-    std::this_thread::sleep_for(std::chrono::duration<double>(wait));
+    std::this_thread::sleep_for(std::chrono::nanoseconds(wait));
   }
 }
 
 void TaskScheduler::runFor(Cog::Seconds span) {
-  Cog::Seconds const end = clock_->now() + span;
+  Nanoseconds const end = clock_->nowNs() + toNanoseconds(span);
   for (;;) {
     runUntilIdle();
     auto const next = timerWheel_->earliest();
@@ -221,7 +130,7 @@ void TaskScheduler::runFor(Cog::Seconds span) {
 }
 
 bool TaskScheduler::runUntilNoWork(Cog::Seconds limit) {
-  Cog::Seconds const end = clock_->now() + limit;
+  Nanoseconds const end = clock_->nowNs() + toNanoseconds(limit);
   for (;;) {
     runUntilIdle();
     auto const next = timerWheel_->earliest();

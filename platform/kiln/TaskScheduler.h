@@ -8,6 +8,7 @@
 
 #include "platform/cog/Ptr.h"
 #include "platform/cog/System.h"
+#include "platform/kiln/Clocks.h"
 #include "platform/kiln/Task.h"
 #include "platform/kiln/TimerWheel.h"
 
@@ -30,6 +31,7 @@ class TaskScheduler : public Cog::Object {
 
   Mode mode() const { return mode_; }
   Cog::Seconds now() const { return clock_->now(); }
+  Nanoseconds nowNs() const { return clock_->nowNs(); }
   Cog::Ptr<TimerWheel> const& timerWheel() const { return timerWheel_; }
 
   // Runs ready tasks, and timers already due, until nothing is ready; never moves time. A task
@@ -43,11 +45,14 @@ class TaskScheduler : public Cog::Object {
 
   std::size_t readyTaskCount() const { return readyCount_; }
   std::size_t armedTimerCount() const { return timerWheel_->size(); }
-  std::optional<Cog::Seconds> nextDeadline() const { return timerWheel_->earliest(); }
+  std::optional<Cog::Seconds> nextDeadline() const {
+    auto const earliest = timerWheel_->earliest();
+    return earliest ? std::optional<Cog::Seconds>(toSeconds(*earliest)) : std::nullopt;
+  }
   std::uint64_t taskRunCount() const { return taskRuns_; }
 
   void workQuantumIs(std::uint32_t units) { workQuantum_ = units; }
-  void timeQuantumIs(Cog::Seconds quantum) { timeQuantum_ = quantum; }
+  void timeQuantumIs(Cog::Seconds quantum) { timeQuantum_ = toNanoseconds(quantum); }
 
  private:
   friend class Task;
@@ -57,18 +62,18 @@ class TaskScheduler : public Cog::Object {
   bool shouldYield(Task const* task);
   void fireDueTimers();
   bool runOneTask();
-  void advanceTo(Cog::Seconds time);
+  void advanceTo(Nanoseconds time);
 
   Mode mode_;
-  std::unique_ptr<Cog::Clock> clock_;
+  std::unique_ptr<Clock> clock_;
   Cog::Ptr<TimerWheel> timerWheel_;
   std::map<TaskPriority, std::list<Task*>> ready_;
   std::size_t readyCount_ = 0;
   Task const* running_ = nullptr;
-  Cog::Seconds runStart_ = 0;
+  Nanoseconds runStart_ = 0;
   std::uint32_t workUnits_ = 0;
   std::uint32_t workQuantum_ = 100;
-  Cog::Seconds timeQuantum_ = 0.01;
+  Nanoseconds timeQuantum_ = 10'000'000;
   std::uint64_t taskRuns_ = 0;
 };
 

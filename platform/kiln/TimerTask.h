@@ -18,11 +18,11 @@ class TimerTask : public Task {
   void scheduleTaskLowestDelay(Cog::Seconds delay);
   void stopTimerTask();
   bool timerArmed() const { return armed_; }
-  Cog::Seconds expiry() const { return std::get<0>(slot_); }
+  Cog::Seconds expiry() const { return toSeconds(std::get<0>(slot_)); }
 
  private:
   friend class TaskScheduler;
-  void armAt(Cog::Seconds deadline);
+  void armAt(Nanoseconds deadline);
   void fired() { armed_ = false; }
 
   bool armed_ = false;

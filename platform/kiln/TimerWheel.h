@@ -6,7 +6,7 @@
 #include <tuple>
 
 #include "platform/cog/Ptr.h"
-#include "platform/cog/System.h"
+#include "platform/kiln/Nanoseconds.h"
 
 namespace Kiln {
 
@@ -16,14 +16,14 @@ class TimerTask;
 // among equal deadlines.
 class TimerWheel : public Cog::Object {
  public:
-  using Slot = std::tuple<Cog::Seconds, std::uint64_t, TimerTask*>;
+  using Slot = std::tuple<Nanoseconds, std::uint64_t, TimerTask*>;
 
   // Arms `timer` at `deadline`, replacing its earlier arming; returns the slot to disarm with.
-  Slot arm(TimerTask* timer, Cog::Seconds deadline);
+  Slot arm(TimerTask* timer, Nanoseconds deadline);
   void disarm(Slot const& slot) { timers_.erase(slot); }
-  std::optional<Cog::Seconds> earliest() const;
+  std::optional<Nanoseconds> earliest() const;
   // The earliest timer due at `now` (removed from the wheel), or null.
-  TimerTask* popDue(Cog::Seconds now);
+  TimerTask* popDue(Nanoseconds now);
   std::size_t size() const { return timers_.size(); }
 
  private:

@@ -18,6 +18,8 @@ class UniqueId {
   static UniqueId next();
   // The first part of the ids handed out from now on (default 1).
   static void generationIs(std::uint64_t generation);
+  // Starts the counter again, so that a test's ids do not depend on the tests before it.
+  static void counterReset();
 
   std::uint64_t first() const { return first_; }
   std::uint64_t second() const { return second_; }

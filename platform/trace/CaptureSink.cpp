@@ -1,5 +1,7 @@
 #include "platform/trace/CaptureSink.h"
 
+#include <stdexcept>
+
 #include <algorithm>
 
 namespace Trace {
@@ -30,5 +32,16 @@ ScopedCapture::ScopedCapture()
 }
 
 ScopedCapture::~ScopedCapture() { textSinkIs(previous_); }
+
+ScopedTextLevel::ScopedTextLevel(std::string_view handle, int level)
+    : handle_(Handle::find(handle)) {
+  if (!handle_) {
+    throw std::invalid_argument("no trace handle named " + std::string(handle));
+  }
+  previous_ = handle_->textLevel();
+  handle_->textLevelIs(level);
+}
+
+ScopedTextLevel::~ScopedTextLevel() { handle_->textLevelIs(previous_); }
 
 }  // namespace Trace

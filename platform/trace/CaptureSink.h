@@ -48,4 +48,19 @@ class ScopedCapture {
   std::shared_ptr<Sink> previous_;
 };
 
+// Sets the text level of the handle named `handle` for its lifetime and restores the previous
+// level afterwards, however the scope ends. A name that no handle has is a programming error of
+// the test (std::invalid_argument), so a renamed handle cannot silently capture nothing.
+class ScopedTextLevel {
+ public:
+  ScopedTextLevel(std::string_view handle, int level);
+  ~ScopedTextLevel();
+  ScopedTextLevel(ScopedTextLevel const&) = delete;
+  ScopedTextLevel& operator=(ScopedTextLevel const&) = delete;
+
+ private:
+  Handle* handle_;
+  int previous_;
+};
+
 }  // namespace Trace

@@ -2,7 +2,7 @@
 // rules in, policy-maps, class-maps, bindings and statuses out.
 #include <gtest/gtest.h>
 
-#include "OrbFlowspec/FlowspecConfigSm.h"
+#include "OrbFlowspec/config/FlowspecConfigSm.h"
 #include "platform/trace/CaptureSink.h"
 #include "tests/OrbFlowspec/support/StackHarness.h"
 
@@ -65,11 +65,10 @@ TEST_F(ConfigScenario, RenameCleansUpUnderOldNameAndRebuildsUnderNew) {
   stack.ruleIs(5, "ipv4 dport =80");
   stack.settle();
   ASSERT_TRUE(policy("red"));
-  Trace::Handle::find("FlowspecConfigSm")->textLevelIs(9);
+  Trace::ScopedTextLevel level("FlowspecConfigSm", 9);
   Trace::ScopedCapture capture;
   stack.vrfIs(5, "blue");
   stack.settle();
-  Trace::Handle::find("FlowspecConfigSm")->textLevelIs(0);
   EXPECT_TRUE(capture->contains("Cleanup old VRF red"));
   EXPECT_FALSE(policy("red"));
   EXPECT_FALSE(pmapType()->pmapInput("red"));
@@ -156,11 +155,10 @@ TEST_F(ConfigScenario, SteadyStreamIsRebuiltByTheStarvationTimer) {
 
 TEST_F(ConfigScenario, VrfWithOnlyInfeasibleRulesGetsAnEmptyPolicy) {
   stack.start();
-  Trace::Handle::find("FlowspecVrfConfigSm")->textLevelIs(6);
+  Trace::ScopedTextLevel level("FlowspecVrfConfigSm", 6);
   Trace::ScopedCapture capture;
   stack.ruleIs(5, "ipv4 dport <0");
   stack.settle();
-  Trace::Handle::find("FlowspecVrfConfigSm")->textLevelIs(0);
   ASSERT_TRUE(policy("red"));
   ASSERT_TRUE(policy("red")->currCfg());
   EXPECT_TRUE(policy("red")->currCfg()->classPrio().empty());
@@ -190,11 +188,10 @@ TEST_F(ConfigScenario, RedirectVrfCreatedAfterItsRule) {
   ASSERT_TRUE(classAction);
   EXPECT_EQ(classAction->policyActions(), 0u);
 
-  Trace::Handle::find("FlowspecRedirectVrfIds")->textLevelIs(9);
+  Trace::ScopedTextLevel level("FlowspecRedirectVrfIds", 9);
   Trace::ScopedCapture capture;
   stack.vrfIs(7, "scrubbing");
   stack.settle();
-  Trace::Handle::find("FlowspecRedirectVrfIds")->textLevelIs(0);
   EXPECT_TRUE(capture->contains("Evaulate flowspec rules with redirectVrfId 7"));
   classAction = policy("red")->currCfg()->classAction("ipv4 dport =80");
   ASSERT_EQ(classAction->policyActions(), 1u);

@@ -5,7 +5,7 @@
 #include <random>
 #include <vector>
 
-#include "OrbFlowspec/RuleSetSm.h"
+#include "OrbFlowspec/digestion/RuleSetSm.h"
 #include "platform/kiln/TaskScheduler.h"
 #include "platform/trace/CaptureSink.h"
 
@@ -279,11 +279,9 @@ TEST_F(DigestionTest, KnownCases) {
 }
 
 TEST_F(DigestionTest, ClampingIsTraced) {
-  Trace::Handle& handle = *Trace::Handle::find("FlowspecRuleSetSm");
-  handle.textLevelIs(8);
+  Trace::ScopedTextLevel level("FlowspecNumericalRangeGroup", 8);
   Trace::ScopedCapture capture;
   publish(MatchCompType::destinationPort, {{0x01, 70000}}, Nwk::AddressFamily::ipv4);
-  handle.textLevelIs(0);
   EXPECT_TRUE(capture->contains("value overflow"));
   EXPECT_TRUE(capture->contains("matchOpVal {type 5, op 0xa1, value 70000, next 0}, value 0x11170, max 0xffff"));
   EXPECT_TRUE(capture->contains("final merged range [65535, 65535]"));

@@ -3,7 +3,7 @@
 
 #include <random>
 
-#include "OrbFlowspec/RuleSetSm.h"
+#include "OrbFlowspec/digestion/RuleSetSm.h"
 #include "platform/kiln/TaskScheduler.h"
 #include "platform/trace/CaptureSink.h"
 

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "OrbFlowspec/FlowspecSm.h"
+#include "OrbFlowspec/root/FlowspecSm.h"
 #include "agent/MountedRecords.h"
 #include "platform/kiln/TaskScheduler.h"
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "OrbFlowspec/FlowspecSm.h"
+#include "OrbFlowspec/root/FlowspecSm.h"
 #include "agent/MountedRecords.h"
 #include "platform/kiln/TaskScheduler.h"
 

@@ -1,11 +1,10 @@
 // The expansions on their own, and the class-map building paths.
 #include <gtest/gtest.h>
 
-#include "OrbFlowspec/BitMaskExpansion.h"
-#include "OrbFlowspec/ClassMapMatch.h"
-#include "OrbFlowspec/ExpansionTrace.h"
-#include "OrbFlowspec/FlowspecTestTypes.h"
-#include "OrbFlowspec/NumericalRangeExpansion.h"
+#include "OrbFlowspec/translation/BitMaskExpansion.h"
+#include "OrbFlowspec/translation/ClassMapMatchBuilder.h"
+#include "OrbFlowspec/translation/FlowspecTestTypes.h"
+#include "OrbFlowspec/translation/NumericalRangeExpansion.h"
 #include "platform/cog/Assert.h"
 #include "platform/trace/CaptureSink.h"
 
@@ -42,8 +41,8 @@ std::vector<std::string> expand(Flowspec::MatchComponent const& c, Filter filter
 
 class ExpansionTest : public ::testing::Test {
  protected:
-  ExpansionTest() { OrbFlowspec::expansionTrace().textLevelIs(2); }
-  ~ExpansionTest() override { OrbFlowspec::expansionTrace().textLevelIs(0); }
+  Trace::ScopedTextLevel numericalRangeLevel{"FlowspecNumericalRangeExpansion", 2};
+  Trace::ScopedTextLevel bitMaskLevel{"FlowspecBitMaskExpansion", 2};
   Trace::ScopedCapture capture;
 };
 
@@ -165,10 +164,9 @@ TEST_F(ClassMapBuilding, UnexpressibleRuleGetsStatusThreeAndNoClassMap) {
   auto rule = vrfRuleConfig->rule(key);
   rule->matchSetIs(ranges(MatchCompType::destinationPort, {{80, 80}}));
   rule->matchSetIs(ranges(MatchCompType::flowLabel, {{1, 1}}));
-  Trace::Handle::find("FlowspecClassMapMatch")->textLevelIs(3);
+  Trace::ScopedTextLevel level("FlowspecClassMapMatch", 3);
   Trace::ScopedCapture capture;
   process(key);
-  Trace::Handle::find("FlowspecClassMapMatch")->textLevelIs(0);
   EXPECT_FALSE(cmapTypeConfig->cmap("ipv4 dport =80"));
   EXPECT_FALSE(cmapTypeConfig->cmapInput("ipv4 dport =80"));
   auto const status = vrfRuleStatus->ruleStatus(key);
@@ -183,13 +181,12 @@ TEST_F(ClassMapBuilding, ProcessedRulesAreSkippedAndDeletedRulesCleanedUp) {
   vrfRuleConfig->rule(key)->matchSetIs(ranges(MatchCompType::port, {{80, 80}, {443, 443}}));
   process(key);
   EXPECT_EQ(entries("ipv4 dport =80"), 4u);
-  Trace::Handle::find("FlowspecClassMapMatch")->textLevelIs(5);
+  Trace::ScopedTextLevel level("FlowspecClassMapMatch", 5);
   Trace::ScopedCapture capture;
   process(key);
   EXPECT_TRUE(capture->contains("flowspec rule was already processed for ipv4 dport =80"));
   vrfRuleConfig->ruleDel(key);
   process(key);
-  Trace::Handle::find("FlowspecClassMapMatch")->textLevelIs(0);
   EXPECT_TRUE(capture->contains("flowspec rule was removed from red"));
   EXPECT_FALSE(cmapTypeConfig->cmap("ipv4 dport =80"));
   EXPECT_FALSE(vrfRuleStatus->ruleStatus(key));

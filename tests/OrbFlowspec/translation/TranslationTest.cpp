@@ -4,7 +4,7 @@
 
 #include <random>
 
-#include "OrbFlowspec/ClassMapMatch.h"
+#include "OrbFlowspec/translation/ClassMapMatchBuilder.h"
 #include "models/flowspec/SanitizeMatchSet.h"
 #include "tests/OrbFlowspec/translation/PacketEvaluators.h"
 

@@ -103,31 +103,32 @@ std::vector<std::string> dump(PolicyMap::Action const& action, int indent) {
 }
 
 TEST(ActionDump, PoliceActionLineAtIndentZeroAndTwo) {
-  PolicyMap::PoliceAction const police("r1", Kiln::UniqueId(1, 42),
-                                       PolicyMap::PoliceRate{18446744073709551615ull, 0});
-  EXPECT_EQ(dump(police, 0), (std::vector<std::string>{
+  auto const police = Cog::make<PolicyMap::PoliceAction>(
+      "r1", Kiln::UniqueId(1, 42), PolicyMap::PoliceRate{18446744073709551615ull, 0});
+  EXPECT_EQ(dump(*police, 0), (std::vector<std::string>{
                                  "PoliceAction r1 rate 18446744073709551615 bps burst 0 id 1, 42"}));
-  EXPECT_EQ(dump(police, 2), (std::vector<std::string>{
+  EXPECT_EQ(dump(*police, 2), (std::vector<std::string>{
                                  "  PoliceAction r1 rate 18446744073709551615 bps burst 0 id 1, 42"}));
 }
 
 TEST(ActionDump, PbrFwdActionLineThenNexthopsTwoColumnsIn) {
-  Pbr::PbrFwdAction redirect("r1", Kiln::UniqueId(1, 5), Pbr::PbrActionType::pbrActionForward);
-  EXPECT_EQ(dump(redirect, 0),
+  auto const redirect =
+      Cog::make<Pbr::PbrFwdAction>("r1", Kiln::UniqueId(1, 5), Pbr::PbrActionType::pbrActionForward);
+  EXPECT_EQ(dump(*redirect, 0),
             (std::vector<std::string>{
                 "PbrFwdAction r1 type forward vrf - recursive false allowResolutionByDefault false "
                 "allowResolutionOverTunnel false id 1, 5"}));
-  redirect.vrfNameIs(L3::VrfName("blue"));
-  redirect.recursiveIs(true);
-  redirect.allowResolutionByDefaultIs(true);
-  redirect.nexthopIs(addr("10.1.0.2"), true);
-  redirect.nexthopIs(addr("10.1.0.10"), false);
-  EXPECT_EQ(dump(redirect, 0),
+  redirect->vrfNameIs(L3::VrfName("blue"));
+  redirect->recursiveIs(true);
+  redirect->allowResolutionByDefaultIs(true);
+  redirect->nexthopIs(addr("10.1.0.2"), true);
+  redirect->nexthopIs(addr("10.1.0.10"), false);
+  EXPECT_EQ(dump(*redirect, 0),
             (std::vector<std::string>{
                 "PbrFwdAction r1 type forward vrf blue recursive true allowResolutionByDefault true "
                 "allowResolutionOverTunnel false id 1, 5",
                 "  nexthop 10.1.0.2 inUse true", "  nexthop 10.1.0.10 inUse false"}));
-  EXPECT_EQ(dump(redirect, 2),
+  EXPECT_EQ(dump(*redirect, 2),
             (std::vector<std::string>{
                 "  PbrFwdAction r1 type forward vrf blue recursive true allowResolutionByDefault "
                 "true allowResolutionOverTunnel false id 1, 5",

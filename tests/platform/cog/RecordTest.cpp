@@ -130,7 +130,7 @@ TEST(CogNotification, FrameworkErrorInHandlerIsTracedAndOthersStillRun) {
   Recorder first(tree, &log, "a");
   Recorder second(tree, &log, "b");
   first.onLeaf = [](int) { throw Cog::RangeError("Leaf::count > max not allowed"); };
-  Trace::Handle::find("Cog")->textLevelIs(0);
+  Trace::ScopedTextLevel level("Cog", 0);
   Trace::ScopedCapture capture;
   tree->leafIs(1, "one");
   EXPECT_EQ(log, (std::vector<std::string>{"a:leaf 1", "b:leaf 1"}));

@@ -181,53 +181,53 @@ class VectorWalk : public Kiln::WalkSmBase {
 };
 
 TEST_F(SchedulerTest, WalkYieldsResumesAtBookmarkAndFinishes) {
-  VectorWalk walk(scheduler, 10);
-  walk.quantumIs(4);
-  walk.scheduleWalk();
-  EXPECT_EQ(walk.walkState(), Kiln::WalkSmBase::WalkState::scheduled);
+  auto const walk = Cog::make<VectorWalk>(scheduler, 10);
+  walk->quantumIs(4);
+  walk->scheduleWalk();
+  EXPECT_EQ(walk->walkState(), Kiln::WalkSmBase::WalkState::scheduled);
   scheduler->runUntilIdle();
-  EXPECT_EQ(walk.walkState(), Kiln::WalkSmBase::WalkState::finished);
-  EXPECT_EQ(walk.items, std::vector<int>(10, 1));
-  EXPECT_EQ(walk.events, (std::vector<std::string>{"walkScheduled", "walkStarted", "walkYielded",
+  EXPECT_EQ(walk->walkState(), Kiln::WalkSmBase::WalkState::finished);
+  EXPECT_EQ(walk->items, std::vector<int>(10, 1));
+  EXPECT_EQ(walk->events, (std::vector<std::string>{"walkScheduled", "walkStarted", "walkYielded",
                                                    "walkYielded", "walkFinished"}));
   EXPECT_EQ(scheduler->taskRunCount(), 3u);
 }
 
 TEST_F(SchedulerTest, WalkRestartsOnlyWhenAllowed) {
-  VectorWalk walk(scheduler, 3);
-  walk.manualTestIs(true);
-  walk.scheduleWalk();
-  walk.scheduleWalk();  // already scheduled
-  walk.untilNoMoreWork();
-  EXPECT_EQ(walk.items, std::vector<int>(3, 1));
-  EXPECT_EQ(walk.walksCompleted(), 1u);
+  auto const walk = Cog::make<VectorWalk>(scheduler, 3);
+  walk->manualTestIs(true);
+  walk->scheduleWalk();
+  walk->scheduleWalk();  // already scheduled
+  walk->untilNoMoreWork();
+  EXPECT_EQ(walk->items, std::vector<int>(3, 1));
+  EXPECT_EQ(walk->walksCompleted(), 1u);
   scheduler->runUntilIdle();
   EXPECT_EQ(scheduler->taskRunCount(), 0u);  // manual walks never go on the task
 
-  walk.manualTestIs(false);
-  walk.allowWalkRestartsIs(true);
-  walk.quantumIs(1);
-  walk.scheduleWalk();
-  walk.unpauseWalk();  // first step, then a request arrives mid-walk
-  walk.scheduleWalk();
-  EXPECT_EQ(walk.walkState(), Kiln::WalkSmBase::WalkState::yielded);
+  walk->manualTestIs(false);
+  walk->allowWalkRestartsIs(true);
+  walk->quantumIs(1);
+  walk->scheduleWalk();
+  walk->unpauseWalk();  // first step, then a request arrives mid-walk
+  walk->scheduleWalk();
+  EXPECT_EQ(walk->walkState(), Kiln::WalkSmBase::WalkState::yielded);
   scheduler->runUntilIdle();
-  EXPECT_EQ(walk.walksCompleted(), 2u);  // yielded walks are not restarted: still pending
+  EXPECT_EQ(walk->walksCompleted(), 2u);  // yielded walks are not restarted: still pending
 }
 
 TEST_F(SchedulerTest, AbortedWalkRunsNoMore) {
-  VectorWalk walk(scheduler, 10);
-  walk.quantumIs(2);
-  walk.manualTestIs(true);
-  walk.scheduleWalk();
-  walk.unpauseWalk();
-  walk.abortWalk();
-  walk.untilNoMoreWork();
+  auto const walk = Cog::make<VectorWalk>(scheduler, 10);
+  walk->quantumIs(2);
+  walk->manualTestIs(true);
+  walk->scheduleWalk();
+  walk->unpauseWalk();
+  walk->abortWalk();
+  walk->untilNoMoreWork();
   scheduler->runUntilIdle();
-  EXPECT_EQ(walk.walkState(), Kiln::WalkSmBase::WalkState::idle);
-  EXPECT_EQ(walk.events.back(), "walkAborted");
-  EXPECT_EQ(walk.items[1], 1);
-  EXPECT_EQ(walk.items[2], 0);
+  EXPECT_EQ(walk->walkState(), Kiln::WalkSmBase::WalkState::idle);
+  EXPECT_EQ(walk->events.back(), "walkAborted");
+  EXPECT_EQ(walk->items[1], 1);
+  EXPECT_EQ(walk->items[2], 0);
 }
 
 TEST(KilnUniqueId, FreshAndPrintable) {

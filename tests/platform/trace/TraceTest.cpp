@@ -32,7 +32,7 @@ TEST(TraceFunctionName, KeepsQualifiedNameOnly) {
 
 TEST(TraceHandle, TextLevelFiltersCapturedLines) {
   Trace::ScopedCapture capture;
-  gTestHandle.textLevelIs(3);
+  Trace::ScopedTextLevel level("TraceTest", 3);
   emitFromHere(3);
   emitFromHere(4);
   ASSERT_EQ(capture->lines().size(), 1u);
@@ -41,7 +41,6 @@ TEST(TraceHandle, TextLevelFiltersCapturedLines) {
   EXPECT_EQ(line.level, 3);
   EXPECT_EQ(line.function, "{anonymous}::emitFromHere");
   EXPECT_EQ(line.message, "value 42 hex 0xff");
-  gTestHandle.textLevelIs(0);
 }
 
 TEST(TraceHandle, MessagesBelowBothLevelsAreNotFormatted) {

@@ -1,0 +1,263 @@
+#include "OrbFlowspec/config/FlowspecVrfConfigSm.h"
+
+#include "OrbFlowspec/translation/ClassMapMatchBuilder.h"
+#include "platform/trace/Trace.h"
+
+namespace OrbFlowspec {
+
+namespace {
+Trace::Handle gTrace("FlowspecVrfConfigSm");
+constexpr Kiln::TaskPriority kTaskPriority{2};
+}  // namespace
+
+// Watches one rule: a changed match or action set queues the rule, a changed redirect target
+// re-indexes it. Rate, traffic action and DSCP marking changes take effect at the next rebuild.
+class FlowspecVrfConfigSm::RuleConfigSm
+    : public Cog::BoundReactor<Flowspec::RuleConfig, FlowspecVrfConfigSm> {
+ public:
+  using BoundReactor::BoundReactor;
+  Flowspec::FlowspecKey const& ruleKey() const { return notifier()->key(); }
+  void handleMatchSet(Flowspec::MatchCompType const&) override {
+    owner()->handleRuleConfig(ruleKey());
+  }
+  void handleActionFieldSet() override { owner()->handleRuleConfig(ruleKey()); }
+  void handleTrafficRedirect() override { owner()->handleRedirectVrfId(ruleKey()); }
+};
+
+struct FlowspecVrfConfigSm::Reactors {
+  struct RulesReactor : Cog::BoundReactor<Flowspec::VrfRuleConfig, FlowspecVrfConfigSm> {
+    using BoundReactor::BoundReactor;
+    void handleRule(Flowspec::FlowspecKey const& key) override {
+      if (auto rule = notifier()->rule(key)) {
+        owner()->ruleConfigIs(rule);
+      } else {
+        owner()->ruleConfigDel(key);
+      }
+    }
+  };
+  struct VrfIdReactor : Cog::BoundReactor<Vrf::VrfIdMap::Status, FlowspecVrfConfigSm> {
+    using BoundReactor::BoundReactor;
+    void handleVrfEntry(VrfId const& vrfId) override { owner()->handleVrf(vrfId); }
+  };
+
+  explicit Reactors(FlowspecVrfConfigSm* sm)
+      : rules(sm->vrfRuleConfig_, sm), vrfIds(sm->vrfIdStatus_, sm) {}
+
+  RulesReactor rules;
+  VrfIdReactor vrfIds;
+};
+
+Cog::Ptr<FlowspecVrfConfigSm> flowspecVrfConfigSmFactory(
+    Cog::String const& vrfName, Cog::Ptr<Flowspec::VrfRuleConfig const> vrfRuleConfig,
+    Cog::Ptr<Flowspec::VrfRuleStatus> vrfRuleStatus,
+    Cog::Ptr<PolicyMap::ClassMapTypeConfig> cmapTypeConfig,
+    Cog::Ptr<PolicyMap::PolicyMapConfig> policyMapConfig,
+    Cog::Ptr<Vrf::VrfIdMap::Status const> vrfIdStatus, Cog::Ptr<Kiln::TaskScheduler> scheduler) {
+  return Cog::make<FlowspecVrfConfigSm>(vrfName, std::move(vrfRuleConfig),
+                                        std::move(vrfRuleStatus), std::move(cmapTypeConfig),
+                                        std::move(policyMapConfig), std::move(vrfIdStatus),
+                                        std::move(scheduler));
+}
+
+FlowspecVrfConfigSm::FlowspecVrfConfigSm(Cog::String vrfName,
+                                         Cog::Ptr<Flowspec::VrfRuleConfig const> vrfRuleConfig,
+                                         Cog::Ptr<Flowspec::VrfRuleStatus> vrfRuleStatus,
+                                         Cog::Ptr<PolicyMap::ClassMapTypeConfig> cmapTypeConfig,
+                                         Cog::Ptr<PolicyMap::PolicyMapConfig> policyMapConfig,
+                                         Cog::Ptr<Vrf::VrfIdMap::Status const> vrfIdStatus,
+                                         Cog::Ptr<Kiln::TaskScheduler> scheduler)
+    : vrfName_(std::move(vrfName)),
+      vrfRuleConfig_(std::move(vrfRuleConfig)),
+      vrfRuleStatus_(std::move(vrfRuleStatus)),
+      cmapTypeConfig_(std::move(cmapTypeConfig)),
+      policyMapConfig_(std::move(policyMapConfig)),
+      vrfIdStatus_(std::move(vrfIdStatus)),
+      scheduler_(std::move(scheduler)),
+      ruleConfig_([this](Flowspec::FlowspecKey const& key) { doCleanupRule(key); }, "ruleConfig") {
+  reactors_ = std::make_unique<Reactors>(this);
+  for (auto const& [key, rule] : vrfRuleConfig_->rule()) {
+    ruleConfigIs(rule);
+  }
+  ruleTask_ = std::make_unique<Kiln::Task>(scheduler_, kTaskPriority, vrfName_,
+                                           [this] { handleRuleTask(); });
+  policyTimerTask_ = std::make_unique<Kiln::TimerTask>(scheduler_, kTaskPriority, vrfName_,
+                                                       [this] { handlePolicy(); });
+  starvationTimerTask_ = std::make_unique<Kiln::TimerTask>(scheduler_, kTaskPriority, vrfName_,
+                                                           [this] { handlePolicy(); });
+  handleInitialized();
+}
+
+FlowspecVrfConfigSm::~FlowspecVrfConfigSm() {
+  classActionContainerDelAll();
+  policyTimerTask_.reset();
+  starvationTimerTask_.reset();
+  redirectVrfIdDelAll();
+  ruleTask_.reset();
+  reactors_.reset();
+  ruleConfig_.clearSilently();
+}
+
+bool FlowspecVrfConfigSm::constructedWith(
+    Cog::Ptr<Flowspec::VrfRuleConfig const> const& vrfRuleConfig,
+    Cog::Ptr<Flowspec::VrfRuleStatus> const& vrfRuleStatus,
+    Cog::Ptr<PolicyMap::ClassMapTypeConfig> const& cmapTypeConfig,
+    Cog::Ptr<PolicyMap::PolicyMapConfig> const& policyMapConfig,
+    Cog::Ptr<Vrf::VrfIdMap::Status const> const& vrfIdStatus,
+    Cog::Ptr<Kiln::TaskScheduler> const& scheduler) const {
+  return vrfRuleConfig == vrfRuleConfig_ && vrfRuleStatus == vrfRuleStatus_ &&
+         cmapTypeConfig == cmapTypeConfig_ && policyMapConfig == policyMapConfig_ &&
+         vrfIdStatus == vrfIdStatus_ && scheduler == scheduler_;
+}
+
+void FlowspecVrfConfigSm::ruleConfigIs(Cog::Ptr<Flowspec::RuleConfig const> const& rule) {
+  ruleConfig_.is(rule->key(), rule, this);
+}
+
+void FlowspecVrfConfigSm::ruleConfigDel(Flowspec::FlowspecKey const& key) { ruleConfig_.del(key); }
+
+void FlowspecVrfConfigSm::handleInitialized() {
+  TRACE(gTrace, 3, "policyName ", vrfName_);
+  initializedIs(true);
+  policyMapConfig_->subconfigDelAll();
+  policyMapConfig_->currCfgIs(nullptr);
+  handleRuleConfig();
+  handleRedirectVrfId();
+}
+
+void FlowspecVrfConfigSm::handleRuleConfig() {
+  if (!initialized()) {
+    return;
+  }
+  TRACE(gTrace, 5, "vrfName ", vrfName_);
+  for (auto const& [key, rule] : vrfRuleConfig_->rule()) {
+    handleRuleConfig(key);
+  }
+  for (auto const& [key, status] : vrfRuleStatus_->ruleStatus()) {
+    if (!vrfRuleConfig_->rule(key)) {
+      TRACE(gTrace, 3, "Cleanup stale rule status for ", key);
+      vrfRuleStatus_->ruleStatusDel(key);
+    }
+  }
+}
+
+void FlowspecVrfConfigSm::handleRuleConfig(Flowspec::FlowspecKey const& key) {
+  if (!initialized()) {
+    return;
+  }
+  TRACE(gTrace, 5, "vrfName ", vrfName_, " className ", key);
+  ruleBacklogIs(key);
+  ruleTask_->scheduleTask();
+}
+
+void FlowspecVrfConfigSm::doCleanupRule(Flowspec::FlowspecKey const& key) {
+  TRACE(gTrace, 5, key);
+  handleRuleConfig(key);
+  doCleanupRedirectVrfId(key);
+}
+
+void FlowspecVrfConfigSm::handleRuleTask() {
+  if (!initialized()) {
+    return;
+  }
+  std::uint32_t numProcessed = 0;
+  while (!ruleBacklog().empty()) {
+    Flowspec::FlowspecKey const key = *ruleBacklog().begin();
+    processRuleMatchSet(key);
+    ++numProcessed;
+    ruleBacklogDel(key);
+    if (ruleTask_->taskShouldYield()) {
+      break;
+    }
+  }
+  ruleTask_->taskWorkCountInc(numProcessed);
+  ruleTask_->taskWorkPendingIs(ruleBacklog().size());
+  TRACE(gTrace, 5, "numProcessed: ", numProcessed, " backlog remaining: ", ruleBacklog().size());
+  if (!ruleBacklog().empty()) {
+    ruleTask_->scheduleTask();
+  } else {
+    policyTimerTask_->scheduleTaskDelay(policyTimerTaskDelay());
+  }
+  starvationTimerTask_->scheduleTaskLowestDelay(starvationTimerTaskDelay());
+}
+
+void FlowspecVrfConfigSm::processRuleMatchSet(Flowspec::FlowspecKey const& key) {
+  if (!initialized()) {
+    return;
+  }
+  OrbFlowspec::processRuleMatchSet(key, vrfName_, vrfRuleConfig_, vrfRuleStatus_,
+                                   cmapTypeConfig_);
+}
+
+void FlowspecVrfConfigSm::doCleanupCmapConfig(Cog::String const& className,
+                                              Cog::String const& reason) {
+  OrbFlowspec::doCleanupCmapConfig(vrfName_, cmapTypeConfig_, className, reason);
+}
+
+void FlowspecVrfConfigSm::handlePolicy() {
+  if (!initialized()) {
+    return;
+  }
+  Cog::Seconds const start = Cog::System::currentTime();
+  TRACE(gTrace, 6, "handlePolicy");
+  Kiln::UniqueId const version = Kiln::UniqueId::next();
+  auto const subconfig = policyMapConfig_->subconfigIs(vrfName_, version);
+  afPrioValIs(Nwk::AddressFamily::ipv4, v4ClassPrioOffset);
+  afPrioValIs(Nwk::AddressFamily::ipv6, v6ClassPrioOffset);
+  for (auto const& [key, rule] : vrfRuleConfig_->rule()) {
+    Cog::String const className = key.stringValue();
+    std::uint32_t const prio = afPrioVal(key.af());
+    subconfig->classPrioIs(prio, className);
+    afPrioValIs(key.af(), prio + 1);
+    updateClassAction(key, subconfig->classActionIs(className));
+  }
+  TRACE(gTrace, 6, "Assigned ", subconfig->classPrio().size(), " class priorities");
+  policyMapConfig_->currCfgIs(subconfig);
+  TRACE(gTrace, 6, "Cleanup old subconfig for ", curPmapVersion());
+  policyMapConfig_->subconfigDel(curPmapVersion());
+  curPmapVersionIs(version);
+  TRACE(gTrace, 6, "Cur pmap subconfig version ", version);
+  for (auto const& [key, container] : classActionContainer()) {
+    if (!vrfRuleConfig_->rule(key)) {
+      TRACE(gTrace, 6, "Cleanup stale action container for ", key);
+      classActionContainerDel(key);
+    }
+  }
+  policyTimerTask_->stopTimerTask();
+  starvationTimerTask_->stopTimerTask();
+  TRACE(gTrace, 6, "handlePolicy took ", Cog::System::currentTime() - start, " s");
+}
+
+void FlowspecVrfConfigSm::doCleanup() {
+  TRACE(gTrace, 3, "vrfName ", vrfName_, " reason SM destruction");
+  for (auto const& [key, rule] : vrfRuleConfig_->rule()) {
+    doCleanupCmapConfig(key.stringValue(), "SM destruction");
+  }
+  for (auto const& key : ruleBacklog()) {
+    doCleanupCmapConfig(key.stringValue(), "SM destruction");
+    ruleBacklogDel(key);
+  }
+  vrfRuleStatus_->ruleStatusDelAll();
+}
+
+void FlowspecVrfConfigSm::dumpState(Kiln::DumpContext* ctx, int indent) const {
+  Kiln::dumpf(ctx, indent, "FlowspecVrfConfigSm: %s, numRules #%zu\n", vrfName_.c_str(),
+              vrfRuleConfig_->rule().size());
+  Kiln::dumpf(ctx, indent + 2, "classActionContainers: #%zu\n", classActionContainer().size());
+  for (auto const& [key, container] : classActionContainer()) {
+    container->dumpState(ctx, indent + 4);
+  }
+  Kiln::dumpf(ctx, indent + 2, "cachedRedirectVrfIds: #%zu\n", cachedRedirectVrfId().size());
+  for (auto const& [key, vrfId] : cachedRedirectVrfId()) {
+    Kiln::dumpf(ctx, indent + 4, "%s --> %u\n", key.stringValue().c_str(), vrfId);
+  }
+  Kiln::dumpf(ctx, indent + 2, "redirectVrfIds: #%zu\n", redirectVrfId().size());
+  for (auto const& [vrfId, record] : redirectVrfId()) {
+    record->dumpState(ctx, indent + 4);
+  }
+  Kiln::dumpf(ctx, indent + 2, "numRuleBackLogs: #%zu\n", ruleBacklog().size());
+  for (auto const& key : ruleBacklog()) {
+    Kiln::dumpf(ctx, indent + 4, "%s\n", key.stringValue().c_str());
+  }
+}
+
+}  // namespace OrbFlowspec

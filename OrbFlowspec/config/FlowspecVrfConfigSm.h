@@ -1,0 +1,138 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "OrbFlowspec/config/ActionContainer.h"
+#include "OrbFlowspec/config/RedirectVrfId.h"
+#include "models/flowspec/Config.h"
+#include "models/flowspec/FlowspecUtil.h"
+#include "models/flowspec/Status.h"
+#include "models/policymap/ClassMapTypeConfig.h"
+#include "models/policymap/PolicyMapConfig.h"
+#include "models/vrf/VrfIdMap.h"
+#include "platform/cog/ReactorMap.h"
+#include "platform/kiln/KilnBaseOutputSm.h"
+#include "platform/kiln/Task.h"
+#include "platform/kiln/TaskScheduler.h"
+#include "platform/kiln/TimerTask.h"
+
+namespace OrbFlowspec {
+
+// Translates the flowspec rules of one VRF. Created by the configuration root for a VRF that
+// has a name, rules and a rule status; doCleanup runs before it is dropped.
+//
+// Every rule is watched by a nested RuleConfigSm. A changed rule's key goes into the backlog,
+// which a cooperative rule task drains, building one class-map per rule. After the backlog
+// drains, the policy timer (0.05 s, restarted by every drain) rebuilds the VRF's policy-map as a
+// new version with one class per rule, in rule precedence order, with its priority (IPv4 from
+// 1, IPv6 from 0x80000000) and its actions; the starvation timer (60 s, the earliest arming
+// kept) bounds the delay under a steady stream of changes. Rules that redirect into a VRF are
+// indexed by that VRF's id so a change of the VRF's entry re-evaluates exactly them.
+//
+// Handlers do nothing before handleInitialized, which the constructor runs last.
+class FlowspecVrfConfigSm : public Kiln::KilnBaseOutputSm {
+ public:
+  using VrfId = Vrf::VrfIdMap::VrfId;
+
+  static constexpr std::uint32_t v4ClassPrioOffset = 1;
+  static constexpr std::uint32_t v6ClassPrioOffset = 0x80000000;
+
+  FlowspecVrfConfigSm(Cog::String vrfName, Cog::Ptr<Flowspec::VrfRuleConfig const> vrfRuleConfig,
+                      Cog::Ptr<Flowspec::VrfRuleStatus> vrfRuleStatus,
+                      Cog::Ptr<PolicyMap::ClassMapTypeConfig> cmapTypeConfig,
+                      Cog::Ptr<PolicyMap::PolicyMapConfig> policyMapConfig,
+                      Cog::Ptr<Vrf::VrfIdMap::Status const> vrfIdStatus,
+                      Cog::Ptr<Kiln::TaskScheduler> scheduler);
+  ~FlowspecVrfConfigSm() override;
+
+  // Whether this state machine was built from these inputs (the framework's reinstantiation
+  // check).
+  bool constructedWith(Cog::Ptr<Flowspec::VrfRuleConfig const> const& vrfRuleConfig,
+                       Cog::Ptr<Flowspec::VrfRuleStatus> const& vrfRuleStatus,
+                       Cog::Ptr<PolicyMap::ClassMapTypeConfig> const& cmapTypeConfig,
+                       Cog::Ptr<PolicyMap::PolicyMapConfig> const& policyMapConfig,
+                       Cog::Ptr<Vrf::VrfIdMap::Status const> const& vrfIdStatus,
+                       Cog::Ptr<Kiln::TaskScheduler> const& scheduler) const;
+
+  COG_RECORD(FlowspecVrfConfigSm,
+             (hashSet, Flowspec::FlowspecKey, ruleBacklog, RuleBacklog),
+             (hashChildren, Flowspec::FlowspecKey, ActionContainer, classActionContainer,
+              ClassActionContainer),
+             (hashMap, Flowspec::FlowspecKey, VrfId, cachedRedirectVrfId, CachedRedirectVrfId),
+             (hashChildren, VrfId, RedirectVrfId, redirectVrfId, RedirectVrfId),
+             (orderedMap, Nwk::AddressFamily, std::uint32_t, afPrioVal, AfPrioVal),
+             (value, Kiln::UniqueId, curPmapVersion, CurPmapVersion),
+             (valueInit, double, policyTimerTaskDelay, PolicyTimerTaskDelay, 0.05),
+             (valueInit, double, starvationTimerTaskDelay, StarvationTimerTaskDelay, 60.0),
+             (value, bool, initialized, Initialized));
+
+  Cog::String const& vrfName() const { return vrfName_; }
+  Cog::Ptr<Flowspec::VrfRuleConfig const> const& vrfRuleConfig() const { return vrfRuleConfig_; }
+  Cog::Ptr<Flowspec::VrfRuleStatus> const& vrfRuleStatus() const { return vrfRuleStatus_; }
+  Cog::Ptr<PolicyMap::PolicyMapConfig> const& policyMapConfig() const { return policyMapConfig_; }
+  Kiln::Task const& ruleTask() const { return *ruleTask_; }
+  Kiln::TimerTask const& policyTimerTask() const { return *policyTimerTask_; }
+  Kiln::TimerTask const& starvationTimerTask() const { return *starvationTimerTask_; }
+
+  // Rules (the rule task and the policy-map rebuild).
+  void handleInitialized();
+  void handleRuleConfig();
+  void handleRuleConfig(Flowspec::FlowspecKey const& key);
+  void handleRuleTask();
+  void handlePolicy();
+  void processRuleMatchSet(Flowspec::FlowspecKey const& key);
+  void doCleanup();
+  void doCleanupRule(Flowspec::FlowspecKey const& key);
+  void doCleanupCmapConfig(Cog::String const& className, Cog::String const& reason);
+
+  // Class actions.
+  void updateClassAction(Flowspec::FlowspecKey const& key,
+                         Cog::Ptr<PolicyMap::ClassAction> const& classAction);
+
+  // Redirect VRF ids.
+  void handleRedirectVrfId();
+  void handleRedirectVrfId(Flowspec::FlowspecKey const& key);
+  void doCleanupRedirectVrfId(Flowspec::FlowspecKey const& key);
+  void handleVrf(VrfId vrfId);
+
+  // One nested reactor per rule.
+  class RuleConfigSm;
+  void ruleConfigIs(Cog::Ptr<Flowspec::RuleConfig const> const& rule);
+  void ruleConfigDel(Flowspec::FlowspecKey const& key);
+  std::size_t ruleConfigCount() const { return ruleConfig_.size(); }
+
+  // Kiln::KilnBaseOutputSm:
+  void dumpState(Kiln::DumpContext* ctx, int indent) const override;
+  char const* fwkType() const override { return "FlowspecVrfConfigSm"; }
+
+ private:
+  struct Reactors;
+
+  void addRedirectAction(Flowspec::RuleConfig const& rule, Cog::String const& className,
+                         ActionContainer& container, PolicyMap::ClassAction& classAction);
+
+  Cog::String vrfName_;
+  Cog::Ptr<Flowspec::VrfRuleConfig const> vrfRuleConfig_;
+  Cog::Ptr<Flowspec::VrfRuleStatus> vrfRuleStatus_;
+  Cog::Ptr<PolicyMap::ClassMapTypeConfig> cmapTypeConfig_;
+  Cog::Ptr<PolicyMap::PolicyMapConfig> policyMapConfig_;
+  Cog::Ptr<Vrf::VrfIdMap::Status const> vrfIdStatus_;
+  Cog::Ptr<Kiln::TaskScheduler> scheduler_;
+  Flowspec::FlowspecUtil flowspecUtil_;
+
+  std::unique_ptr<Reactors> reactors_;
+  Cog::ReactorMap<Flowspec::FlowspecKey, RuleConfigSm> ruleConfig_;
+  std::unique_ptr<Kiln::Task> ruleTask_;
+  std::unique_ptr<Kiln::TimerTask> policyTimerTask_;
+  std::unique_ptr<Kiln::TimerTask> starvationTimerTask_;
+};
+
+Cog::Ptr<FlowspecVrfConfigSm> flowspecVrfConfigSmFactory(
+    Cog::String const& vrfName, Cog::Ptr<Flowspec::VrfRuleConfig const> vrfRuleConfig,
+    Cog::Ptr<Flowspec::VrfRuleStatus> vrfRuleStatus,
+    Cog::Ptr<PolicyMap::ClassMapTypeConfig> cmapTypeConfig,
+    Cog::Ptr<PolicyMap::PolicyMapConfig> policyMapConfig,
+    Cog::Ptr<Vrf::VrfIdMap::Status const> vrfIdStatus, Cog::Ptr<Kiln::TaskScheduler> scheduler);
+
+}  // namespace OrbFlowspec

@@ -1,0 +1,256 @@
+#include "OrbFlowspec/digestion/RuleSetSm.h"
+
+#include <vector>
+
+#include "OrbFlowspec/digestion/BitMaskGroup.h"
+#include "OrbFlowspec/digestion/NumericalRangeGroup.h"
+#include "platform/cog/Assert.h"
+#include "platform/trace/Trace.h"
+
+namespace OrbFlowspec {
+
+namespace {
+Trace::Handle gTrace("FlowspecRuleSetSm");
+}  // namespace
+
+using Flowspec::MatchCompType;
+using Flowspec::MatchOpValIndex;
+
+class RuleSetSm::RuleSetReactor : public Cog::BoundReactor<Flowspec::RuleSet, RuleSetSm> {
+ public:
+  using BoundReactor::BoundReactor;
+  void handleRule(Flowspec::FlowspecTidalKey const& key) override { owner()->handleRule(key); }
+};
+
+Cog::Ptr<RuleSetSm> ruleSetSmFactory(Cog::Ptr<Kiln::TaskScheduler> scheduler,
+                                     Cog::Ptr<Flowspec::RuleSet const> ruleSet,
+                                     Cog::Ptr<Flowspec::Config> config) {
+  return Cog::make<RuleSetSm>(std::move(scheduler), std::move(ruleSet), std::move(config));
+}
+
+RuleSetSm::RuleSetSm(Cog::Ptr<Kiln::TaskScheduler> scheduler,
+                     Cog::Ptr<Flowspec::RuleSet const> ruleSet, Cog::Ptr<Flowspec::Config> config)
+    : WalkSmBase(std::move(scheduler), Kiln::TaskPriority{2}, "RuleSetSm"),
+      ruleSet_(std::move(ruleSet)),
+      config_(std::move(config)) {
+  if (ruleSet_) {
+    ruleSetReactor_ = std::make_unique<RuleSetReactor>(ruleSet_, this);
+  }
+  handleInitialized();
+}
+
+RuleSetSm::~RuleSetSm() = default;
+
+void RuleSetSm::handleInitialized() {
+  TRACE(gTrace, 2, "handleInitialized");
+  initializedIs(true);
+  config_->vrfRuleConfigDelAll();
+  handleRule();
+}
+
+void RuleSetSm::handleRule() {
+  TRACE(gTrace, 5, "handleRule");
+  scheduleWalk();
+}
+
+void RuleSetSm::handleRule(Flowspec::FlowspecTidalKey const& tidalKey) {
+  if (!initialized()) {
+    return;
+  }
+  Flowspec::Rule const rule = ruleSet_->rule(tidalKey);
+  Vrf::VrfIdMap::VrfId const vrfId = tidalKey.vrfId();
+  auto vrfRuleConfig = config_->vrfRuleConfig(vrfId);
+  Flowspec::FlowspecKey const key = tidalKey.getFlowspecKey();
+  TRACE(gTrace, 5, "key ", key, " ruleId ", rule.ruleId);
+  if (rule == Flowspec::Rule()) {
+    if (vrfRuleConfig) {
+      vrfRuleConfig->ruleDel(key);
+      vrfRuleConfig->infeasibleRuleDel(key);
+      if (vrfRuleConfig->rule().empty() && vrfRuleConfig->infeasibleRule().empty()) {
+        config_->vrfRuleConfigDel(vrfId);
+      }
+    }
+    return;
+  }
+  vrfRuleConfig = config_->vrfRuleConfigIs(vrfId);
+  auto const ruleConfig = vrfRuleConfig->ruleIs(key);
+  ruleConfig->ruleIdIs(rule.ruleId);
+  MatchCompType const status = digestFlowspecRule(ruleConfig, rule);
+  if (status != MatchCompType::none) {
+    auto const infeasible = vrfRuleConfig->infeasibleRuleIs(key);
+    infeasible->matchCompTypeIs(status);
+    infeasible->ruleIdIs(rule.ruleId);
+    vrfRuleConfig->ruleDel(key);
+  } else {
+    vrfRuleConfig->infeasibleRuleDel(key);
+  }
+}
+
+MatchCompType RuleSetSm::digestFlowspecRule(Cog::Ptr<Flowspec::RuleConfig> const& ruleConfig,
+                                            Flowspec::Rule const& rule) {
+  Flowspec::FlowspecKey const& key = ruleConfig->key();
+  // A raw key may carry pairs of types that have no operator/value meaning: the rule is
+  // infeasible with that type (type 0, which would read as success, is reported as 16, past
+  // every type a key can carry).
+  for (auto const& pair : key.opVals()) {
+    if (!Flowspec::isNumericalRangeType(pair.type) && !Flowspec::isBitMaskType(pair.type)) {
+      TRACE(gTrace, 3, "key ", key, " has a pair of component type ", pair.type);
+      return pair.type == MatchCompType::none ? static_cast<MatchCompType>(16) : pair.type;
+    }
+  }
+  std::size_t const count = key.opValCount();
+  if (count > 0) {
+    MatchOpValIndex runStart(0);
+    MatchCompType runType = key.getOptVal(runStart).matchCompType;
+    for (long i = 1;; ++i) {
+      MatchOpValIndex const index(i);  // a key of 2048 pairs ends its last run here
+      MatchCompType const type = key.getOptVal(index).matchCompType;
+      if (type == runType) {
+        continue;
+      }
+      if (!digestMatchComponent(ruleConfig, key, runStart, MatchOpValIndex(i - 1))) {
+        return runType;
+      }
+      if (static_cast<std::size_t>(i) >= count) {
+        break;
+      }
+      runStart = index;
+      runType = type;
+    }
+  }
+  if (!key.destinationPrefix().isEmpty()) {
+    Flowspec::MatchComponent component(MatchCompType::destinationPrefix);
+    component.prefixIs(key.destinationPrefix());
+    ruleConfig->matchSetIs(component);
+  }
+  if (!key.sourcePrefix().isEmpty()) {
+    Flowspec::MatchComponent component(MatchCompType::sourcePrefix);
+    component.prefixIs(key.sourcePrefix());
+    ruleConfig->matchSetIs(component);
+  }
+  if (sanitizeRuleConfig()) {
+    MatchCompType const infeasible = ruleConfig->sanitizeMatchSet();
+    if (infeasible != MatchCompType::none) {
+      TRACE(gTrace, 5, "ruleConfig found infeasibleCompType ", infeasible);
+      return infeasible;
+    }
+  }
+  Flowspec::ActionFieldSet actions = rule.actionFieldSet;
+  if (actions.invalid()) {
+    // The routing process could not decode the actions: the rule stays, without actions.
+    TRACE(gTrace, 0, "key ", key, " has an invalid action field set; actions ignored");
+    actions = Flowspec::ActionFieldSet();
+  }
+  ruleConfig->actionFieldSetIs(actions);
+  ruleConfig->trafficRateLimitIs(rule.trafficRateLimit);
+  ruleConfig->trafficActionIs(rule.trafficAction);
+  ruleConfig->trafficRedirectIs(rule.trafficRedirect);
+  ruleConfig->trafficMarkingDscpIs(rule.trafficMarkingDscp);
+  TRACE(gTrace, 8, "success - ruleConfig ", ruleConfig);
+  return MatchCompType::none;
+}
+
+namespace {
+
+// Digests the pairs [start, end] of one component: pairs joined by AND form a term whose
+// groups are intersected; terms are ORed into `processed`.
+template <class Group, class Processed>
+bool digestComponent(Flowspec::FlowspecKey const& key, MatchOpValIndex start, MatchOpValIndex end,
+                     Processed& processed, Flowspec::MatchComponent& component) {
+  std::vector<Cog::Ptr<Group const>> groupVector;
+  for (MatchOpValIndex index = start;;) {
+    Flowspec::MatchOpValResult const pair = key.getOptVal(index);
+    TRACE(gTrace, 8, "index ", index.value(), ", matchOpValResult ", pair);
+    auto group = convertMatchOpValResultToGroup<Cog::Ptr<Group const>>(pair);
+    if (!group) {
+      return false;
+    }
+    if (index == start || (pair.op & Flowspec::OpBits::kAnd)) {
+      TRACE(gTrace, 8, "add opValGroup ", group);
+      groupVector.push_back(std::move(group));
+    } else {
+      COG_ASSERT(groupVector.size() > 0);
+      if (!processGroupVector(groupVector, processed)) {
+        return false;
+      }
+      groupVector.clear();
+      TRACE(gTrace, 8, "vector clear, add opValGroup ", group);
+      groupVector.push_back(std::move(group));
+    }
+    if (pair.nextIndex.value() == 0 || pair.nextIndex > end) {
+      break;
+    }
+    index = pair.nextIndex;
+  }
+  COG_ASSERT(groupVector.size() > 0);
+  if (!processGroupVector(groupVector, processed)) {
+    return false;
+  }
+  return processedOpValToMatchComponent(processed, component);
+}
+
+}  // namespace
+
+bool RuleSetSm::digestMatchComponent(Cog::Ptr<Flowspec::RuleConfig> const& ruleConfig,
+                                     Flowspec::FlowspecKey const& key, MatchOpValIndex start,
+                                     MatchOpValIndex end) const {
+  Flowspec::MatchComponent component(key.getOptVal(start).matchCompType);
+  TRACE(gTrace, 8, " key ", key.stringValue(), ", start ", start.value(), ", end ",
+        end.value(), ", matchCompType ", component.matchCompType());
+  bool status = false;
+  if (component.matchTypeNumericalRange()) {
+    Cog::Ptr<OrderedNumericalRangeGroup> ordered = scratchOrderedNumericalRangeGroup();
+    ordered->rangeDelAll();
+    status = digestComponent<NumericalRangeGroup>(key, start, end, ordered, component);
+  } else if (component.matchTypeBitMask()) {
+    status = digestComponent<BitMaskGroup>(key, start, end, component, component);
+  } else {
+    COG_ASSERT(0);
+  }
+  ruleConfig->matchSetIs(component);
+  TRACE(gTrace, 8, "status ", status, ", matchComponent ", component);
+  return status;
+}
+
+Kiln::WalkRet RuleSetSm::walk() {
+  TRACE(gTrace, 5, "walk");
+  std::optional<Flowspec::FlowspecTidalKey> key =
+      ruleBookmark().isEmpty() ? ruleSet_->firstKey() : ruleSet_->firstKeyAtOrAfter(ruleBookmark());
+  std::uint32_t processed = 0;
+  bool moreWork = false;
+  while (key) {
+    ++processed;
+    try {
+      handleRule(*key);
+    } catch (Cog::Error const& error) {
+      // A raw rule the framework refuses: traced, and the walk goes on with the others.
+      TRACE(gTrace, 0, error.what());
+    }
+    auto next = ruleSet_->nextKey(*key);
+    if (!next) {
+      break;
+    }
+    if (mustYield()) {
+      ruleBookmarkIs(*next);
+      moreWork = true;
+      break;
+    }
+    key = std::move(next);
+  }
+  if (!moreWork) {
+    ruleBookmarkIs(Flowspec::FlowspecTidalKey());
+  }
+  TRACE(gTrace, 5, "finished processed=", processed, " moreWork=", moreWork);
+  fullWalkDoneIs(!moreWork);
+  return Kiln::WalkRet{moreWork, processed};
+}
+
+void RuleSetSm::traceEvent(TraceEvent event) { TRACE(gTrace, 6, "traceEvent=", event); }
+
+void RuleSetSm::dumpState(Kiln::DumpContext* ctx, int indent) const {
+  Kiln::dumpf(ctx, indent, "RuleSetSm: sanitizeRuleConfig %s, fullWalkDone %s, bookmark %s\n",
+              sanitizeRuleConfig() ? "true" : "false", fullWalkDone() ? "true" : "false",
+              ruleBookmark().isEmpty() ? "none" : ruleBookmark().toStrep().c_str());
+}
+
+}  // namespace OrbFlowspec

@@ -1,2 +1,0 @@
-# Root state machine and mounts.
-list(APPEND ORBFLOWSPEC_SRCS FlowspecSm.cpp)

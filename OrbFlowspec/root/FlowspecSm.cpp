@@ -1,0 +1,102 @@
+#include "OrbFlowspec/root/FlowspecSm.h"
+
+#include "platform/trace/Trace.h"
+
+namespace OrbFlowspec {
+
+namespace {
+Trace::Handle gTrace("FlowspecSm");
+Cog::String const kFlowspec = "Flowspec";
+PolicyMap::MapType const kFlowspecMapType = PolicyMap::mapTypeFlowspec;
+}  // namespace
+
+Cog::Ptr<FlowspecSm> flowspecSmFactory(Cog::Ptr<FlowspecMounts> flowspecMounts,
+                                       Cog::Ptr<PolicyMap::PolicyMapAclHelper> aclHelper,
+                                       Cog::Ptr<Kiln::TaskScheduler> scheduler,
+                                       Cog::Ptr<Kiln::TimerWheel> timerWheel,
+                                       Cog::Ptr<Orb::OrbCommonSmData const> ocsd) {
+  return Cog::make<FlowspecSm>(std::move(flowspecMounts), std::move(aclHelper),
+                               std::move(scheduler), std::move(timerWheel), std::move(ocsd));
+}
+
+FlowspecSm::FlowspecSm(Cog::Ptr<FlowspecMounts> flowspecMounts,
+                       Cog::Ptr<PolicyMap::PolicyMapAclHelper> aclHelper,
+                       Cog::Ptr<Kiln::TaskScheduler> scheduler,
+                       Cog::Ptr<Kiln::TimerWheel> timerWheel,
+                       Cog::Ptr<Orb::OrbCommonSmData const> ocsd)
+    : flowspecMounts_(std::move(flowspecMounts)),
+      aclHelper_(std::move(aclHelper)),
+      scheduler_(std::move(scheduler)),
+      timerWheel_(std::move(timerWheel)),
+      ocsd_(std::move(ocsd)) {
+  handleInitialized();
+}
+
+Cog::Ptr<PolicyMap::ClassMapTypeConfig> FlowspecSm::cmapTypeConfigIs(Cog::String const& name) {
+  return policyMapConfig()->cmapTypeIs(name);
+}
+
+Cog::Ptr<PolicyMap::PolicyMapTypeConfig> FlowspecSm::pmapTypeConfigIs(
+    Cog::String const& name, PolicyMap::MapType mapType) {
+  return policyMapConfig()->pmapTypeIs(name, mapType);
+}
+
+Cog::Ptr<RuleSetSm> FlowspecSm::ruleSetSmIs(Cog::Ptr<Kiln::TaskScheduler> const& scheduler,
+                                            Cog::Ptr<Flowspec::RuleSet const> const& ruleSet,
+                                            Cog::Ptr<Flowspec::Config> const& config) {
+  ruleSetSm_ = ruleSetSmFactory(scheduler, ruleSet, config);
+  return ruleSetSm_;
+}
+
+Cog::Ptr<FlowspecConfigSm> FlowspecSm::flowspecConfigSmIs(
+    Cog::Ptr<Flowspec::Config const> const& config,
+    Cog::Ptr<L3::Intf::StatusDir const> const& l3StatusDir,
+    Cog::Ptr<Vrf::VrfIdMap::Status const> const& vrfIdStatus,
+    Cog::Ptr<Flowspec::CliConfig const> const& cliConfig,
+    Cog::Ptr<PolicyMap::PolicyMapTypeStatus const> const& pmapTypeStatus,
+    Cog::Ptr<PolicyMap::IntfConfig> const& intfConfig,
+    Cog::Ptr<PolicyMap::PolicyMapTypeConfig> const& pmapTypeConfig,
+    Cog::Ptr<PolicyMap::ClassMapTypeConfig> const& cmapTypeConfig,
+    Cog::Ptr<Flowspec::Status> const& status, Cog::Ptr<Kiln::TaskScheduler> const& scheduler) {
+  flowspecConfigSm_ =
+      flowspecConfigSmFactory(config, l3StatusDir, vrfIdStatus, cliConfig, pmapTypeStatus,
+                              intfConfig, pmapTypeConfig, cmapTypeConfig, status, scheduler);
+  return flowspecConfigSm_;
+}
+
+void FlowspecSm::handleInitialized() {
+  TRACE(gTrace, 2, "handleInitialized ", fwkType());
+  TRACE(gTrace, 8, "handleInitialized");
+  policyMapConfigIs("policyMapConfig");
+  pmapTypeConfigIs(kFlowspec, kFlowspecMapType);
+  cmapTypeConfigIs(kFlowspec)->typeIs(kFlowspecMapType);
+  intfConfigIs(kFlowspec)->typeIs(kFlowspecMapType);
+  pbrStatusIs(kFlowspec)->typeIs(kFlowspecMapType);
+  pmapStatusReqIs(kFlowspec);
+  flowspecMounts_->flowspecStatus()->flowspecSupportedIs(true);
+  initializedIs(true);
+  auto const& mounts = *flowspecMounts_;
+  ruleSetSmIs(scheduler_, mounts.flowspecTidal(), mounts.flowspecConfig());
+  flowspecConfigSmIs(mounts.flowspecConfig(), mounts.l3StatusDir(), mounts.vrfIdStatus(),
+                     mounts.flowspecCliConfig(), pbrStatus(), intfConfig(),
+                     policyMapConfig()->pmapType(kFlowspec), policyMapConfig()->cmapType(kFlowspec),
+                     mounts.flowspecStatus(), scheduler_);
+}
+
+void FlowspecSm::dumpState(Kiln::DumpContext* ctx, int indent) const {
+  Kiln::dumpf(ctx, indent, "FlowspecSm\n");
+  if (policyMapConfig()) {
+    policyMapConfig()->dumpState(ctx, indent + 2);
+  }
+  if (flowspecConfigSm_) {
+    flowspecConfigSm_->dumpState(ctx, indent + 2);
+  }
+  if (auto const& config = flowspecMounts_->flowspecConfig()) {
+    config->dumpState(ctx, indent + 2);
+  }
+  if (auto const& status = flowspecMounts_->flowspecStatus()) {
+    status->dumpState(ctx, indent + 2);
+  }
+}
+
+}  // namespace OrbFlowspec

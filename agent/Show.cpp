@@ -1,6 +1,7 @@
 #include "agent/Show.h"
 
 #include <map>
+#include <set>
 #include <sstream>
 #include <vector>
 
@@ -67,10 +68,21 @@ std::string showFlowspec(OrbFlowspec::FlowspecSm const& root) {
   for (auto const& [intf, policy] : root.intfConfig()->intf()) {
     boundIntfs[policy].push_back(intf.toStrep());
   }
-
+  // Every VRF the system knows of: with rules, or with a status left to clean up.
+  std::set<Vrf::VrfIdMap::VrfId> vrfIds;
   for (auto const& [vrfId, vrfRuleConfig] : mounts.flowspecConfig()->vrfRuleConfig()) {
+    vrfIds.insert(vrfId);
+  }
+  for (auto const& [vrfId, vrfRuleStatus] : mounts.flowspecStatus()->vrfRuleStatus()) {
+    vrfIds.insert(vrfId);
+  }
+  std::set<std::string> shownClassMaps;
+
+  for (auto const vrfId : vrfIds) {
     std::string const vrfName = mounts.vrfIdStatus()->vrfName(vrfId);
-    os << "VRF " << vrfId << " " << (vrfName.empty() ? "(no name)" : vrfName) << "\n";
+    auto const vrfRuleConfig = mounts.flowspecConfig()->vrfRuleConfig(vrfId);
+    os << "VRF " << vrfId << " " << (vrfName.empty() ? "(no name)" : vrfName)
+       << (vrfRuleConfig ? "" : " (no rules)") << "\n";
     auto const policy = vrfName.empty() ? nullptr : pmapType->pmap(vrfName);
     if (policy && policy->currCfg()) {
       os << "  policy-map " << vrfName << ", interfaces:";
@@ -78,6 +90,7 @@ std::string showFlowspec(OrbFlowspec::FlowspecSm const& root) {
         os << " " << intf;
       }
       os << (boundIntfs[vrfName].empty() ? " none\n" : "\n");
+      boundIntfs.erase(vrfName);
       auto const current = policy->currCfg();
       for (auto const& [prio, className] : current->classPrio()) {
         os << "    class " << prio << " \"" << className << "\"";
@@ -88,8 +101,9 @@ std::string showFlowspec(OrbFlowspec::FlowspecSm const& root) {
         }
         os << "\n";
         showClassMap(os, *cmapType, className);
+        shownClassMaps.insert(className);
       }
-    } else {
+    } else if (vrfRuleConfig) {
       // Without a policy-map (the VRF has no name yet), show what was digested.
       os << "  no policy-map\n";
       for (auto const& [key, rule] : vrfRuleConfig->rule()) {
@@ -106,10 +120,31 @@ std::string showFlowspec(OrbFlowspec::FlowspecSm const& root) {
         os << "\n";
       }
     }
-    for (auto const& [key, infeasible] : vrfRuleConfig->infeasibleRule()) {
-      os << "  infeasible \"" << key.stringValue() << "\" ruleId " << infeasible->ruleId()
-         << ": " << util.compTypeToDetailLabel(infeasible->matchCompType()) << "\n";
+    if (vrfRuleConfig) {
+      for (auto const& [key, infeasible] : vrfRuleConfig->infeasibleRule()) {
+        os << "  infeasible \"" << key.stringValue() << "\" ruleId " << infeasible->ruleId()
+           << ": " << util.compTypeToDetailLabel(infeasible->matchCompType()) << "\n";
+      }
     }
+  }
+  // What no VRF accounts for: bindings to a policy that does not exist (yet), and class-maps
+  // that no policy uses. Both are normal while work is under way, and wrong once it is done.
+  for (auto const& [policy, intfs] : boundIntfs) {
+    os << "interfaces bound to policy " << policy << " without a policy-map:";
+    for (auto const& intf : intfs) {
+      os << " " << intf;
+    }
+    os << "\n";
+  }
+  std::set<std::string> unused;  // hashed collection: sorted for a stable text
+  for (auto const& [name, cmap] : cmapType->cmap()) {
+    if (!shownClassMaps.contains(name)) {
+      unused.insert(name);
+    }
+  }
+  for (auto const& name : unused) {
+    os << "class-map \"" << name << "\" used by no policy\n";
+    showClassMap(os, *cmapType, name);
   }
   return os.str();
 }

@@ -52,11 +52,11 @@ struct FlowspecConfigSm::Reactors {
   };
 
   Reactors(FlowspecConfigSm* sm)
-      : config(sm->flowspecConfig_, sm),
-        vrfIds(sm->vrfIdStatus_, sm),
-        l3Dir(sm->l3StatusDir_, sm),
-        cli(sm->flowspecCliConfig_, sm),
-        pmapStatus(sm->pmapTypeStatus_, sm) {}
+      : config(sm->in_.flowspecConfig, sm),
+        vrfIds(sm->in_.vrfIdStatus, sm),
+        l3Dir(sm->in_.l3StatusDir, sm),
+        cli(sm->in_.flowspecCliConfig, sm),
+        pmapStatus(sm->in_.pmapTypeStatus, sm) {}
 
   ConfigReactor config;
   VrfIdReactor vrfIds;
@@ -64,6 +64,10 @@ struct FlowspecConfigSm::Reactors {
   CliReactor cli;
   PmapStatusReactor pmapStatus;
 };
+
+Cog::Ptr<FlowspecConfigSm> flowspecConfigSmFactory(FlowspecConfigSm::Inputs inputs) {
+  return Cog::make<FlowspecConfigSm>(std::move(inputs));
+}
 
 Cog::Ptr<FlowspecConfigSm> flowspecConfigSmFactory(
     Cog::Ptr<Flowspec::Config const> flowspecConfig,
@@ -75,37 +79,19 @@ Cog::Ptr<FlowspecConfigSm> flowspecConfigSmFactory(
     Cog::Ptr<PolicyMap::PolicyMapTypeConfig> pmapTypeConfig,
     Cog::Ptr<PolicyMap::ClassMapTypeConfig> cmapTypeConfig,
     Cog::Ptr<Flowspec::Status> flowspecStatus, Cog::Ptr<Kiln::TaskScheduler> scheduler) {
-  return Cog::make<FlowspecConfigSm>(
+  return flowspecConfigSmFactory(FlowspecConfigSm::Inputs{
       std::move(flowspecConfig), std::move(l3StatusDir), std::move(vrfIdStatus),
       std::move(flowspecCliConfig), std::move(pmapTypeStatus), std::move(intfConfig),
       std::move(pmapTypeConfig), std::move(cmapTypeConfig), std::move(flowspecStatus),
-      std::move(scheduler));
+      std::move(scheduler)});
 }
 
-FlowspecConfigSm::FlowspecConfigSm(Cog::Ptr<Flowspec::Config const> flowspecConfig,
-                                   Cog::Ptr<L3::Intf::StatusDir const> l3StatusDir,
-                                   Cog::Ptr<Vrf::VrfIdMap::Status const> vrfIdStatus,
-                                   Cog::Ptr<Flowspec::CliConfig const> flowspecCliConfig,
-                                   Cog::Ptr<PolicyMap::PolicyMapTypeStatus const> pmapTypeStatus,
-                                   Cog::Ptr<PolicyMap::IntfConfig> intfConfig,
-                                   Cog::Ptr<PolicyMap::PolicyMapTypeConfig> pmapTypeConfig,
-                                   Cog::Ptr<PolicyMap::ClassMapTypeConfig> cmapTypeConfig,
-                                   Cog::Ptr<Flowspec::Status> flowspecStatus,
-                                   Cog::Ptr<Kiln::TaskScheduler> scheduler)
-    : flowspecConfig_(std::move(flowspecConfig)),
-      l3StatusDir_(std::move(l3StatusDir)),
-      vrfIdStatus_(std::move(vrfIdStatus)),
-      flowspecCliConfig_(std::move(flowspecCliConfig)),
-      pmapTypeStatus_(std::move(pmapTypeStatus)),
-      intfConfig_(std::move(intfConfig)),
-      pmapTypeConfig_(std::move(pmapTypeConfig)),
-      cmapTypeConfig_(std::move(cmapTypeConfig)),
-      flowspecStatus_(std::move(flowspecStatus)),
-      scheduler_(std::move(scheduler)),
+FlowspecConfigSm::FlowspecConfigSm(Inputs inputs)
+    : in_(std::move(inputs)),
       l3IntfStatus_([this](Nwk::IntfId const& intfId) { handleIntf(intfId); }, "l3IntfStatus"),
       pmapStatus_(nullptr, "pmapStatus") {
   reactors_ = std::make_unique<Reactors>(this);
-  for (auto const& [name, status] : pmapTypeStatus_->pmapStatus()) {
+  for (auto const& [name, status] : in_.pmapTypeStatus->pmapStatus()) {
     pmapStatusIs(status);
   }
   handleInitialized();
@@ -144,13 +130,13 @@ void FlowspecConfigSm::handleVrfRuleConfig() {
   if (!initialized()) {
     return;
   }
-  for (auto const& [vrfId, vrfRuleConfig] : flowspecConfig_->vrfRuleConfig()) {
+  for (auto const& [vrfId, vrfRuleConfig] : in_.flowspecConfig->vrfRuleConfig()) {
     handleVrfRuleConfig(vrfId);
   }
-  for (auto const& [vrfId, vrfRuleStatus] : flowspecStatus_->vrfRuleStatus()) {
-    if (!flowspecConfig_->vrfRuleConfig(vrfId)) {
+  for (auto const& [vrfId, vrfRuleStatus] : in_.flowspecStatus->vrfRuleStatus()) {
+    if (!in_.flowspecConfig->vrfRuleConfig(vrfId)) {
       TRACE(gTrace, 3, "Cleanup stale flowspec VRF status for ", vrfId);
-      flowspecStatus_->vrfRuleStatusDel(vrfId);
+      in_.flowspecStatus->vrfRuleStatusDel(vrfId);
     }
   }
 }
@@ -159,12 +145,12 @@ void FlowspecConfigSm::handleVrfRuleConfig(VrfId vrfId) {
   if (!initialized()) {
     return;
   }
-  if (flowspecConfig_->vrfRuleConfig(vrfId)) {
+  if (in_.flowspecConfig->vrfRuleConfig(vrfId)) {
     TRACE(gTrace, 3, "Creating vrfRuleStatus for ", vrfId);
-    flowspecStatus_->vrfRuleStatusIs(vrfId);
+    in_.flowspecStatus->vrfRuleStatusIs(vrfId);
   } else {
     TRACE(gTrace, 3, "Deleting vrfRuleStatus for ", vrfId);
-    flowspecStatus_->vrfRuleStatusDel(vrfId);
+    in_.flowspecStatus->vrfRuleStatusDel(vrfId);
   }
   handleVrf(vrfId);
 }
@@ -175,21 +161,23 @@ void FlowspecConfigSm::handleVrf(VrfId vrfId) {
   }
   Cog::String const* cached = vrfIdToNameCache().find(vrfId);
   Cog::String const oldName = cached ? *cached : Cog::String();
-  Cog::String const newName = vrfIdStatus_->vrfName(vrfId);
+  Cog::String const newName = in_.vrfIdStatus->vrfName(vrfId);
   TRACE(gTrace, 3, "vrfId ", vrfId, ", newVrfName ", newName, ", oldVrfName ", oldName);
   if (cached && oldName != newName) {
     TRACE(gTrace, 3, "Cleanup old VRF ", oldName);
     doCleanupVrf(oldName);
   }
-  auto const vrfRuleConfig = flowspecConfig_->vrfRuleConfig(vrfId);
-  auto const vrfRuleStatus = flowspecStatus_->vrfRuleStatus(vrfId);
+  auto const vrfRuleConfig = in_.flowspecConfig->vrfRuleConfig(vrfId);
+  auto const vrfRuleStatus = in_.flowspecStatus->vrfRuleStatus(vrfId);
   if (!newName.empty() && vrfRuleConfig && vrfRuleStatus) {
     TRACE(gTrace, 3, "Instantiating FlowspecVrfConfigSm for ", newName);
     vrfIdToNameCacheIs(vrfId, newName);
-    auto const policyMapConfig = pmapTypeConfig_->pmapInputIs(newName, pmapTypeConfig_->mapType());
-    pmapTypeConfig_->pmapIs(policyMapConfig);
-    flowspecVrfConfigSmIs(newName, vrfRuleConfig, vrfRuleStatus, cmapTypeConfig_,
-                          policyMapConfig, vrfIdStatus_, scheduler_);
+    auto const policyMapConfig = in_.pmapTypeConfig->pmapInputIs(newName, in_.pmapTypeConfig->mapType());
+    in_.pmapTypeConfig->pmapIs(policyMapConfig);
+    flowspecVrfConfigSmIs(newName,
+                          FlowspecVrfConfigSm::Inputs{vrfRuleConfig, vrfRuleStatus,
+                                                      in_.cmapTypeConfig, policyMapConfig,
+                                                      in_.vrfIdStatus, in_.scheduler});
     return;
   }
   Cog::String const name = newName.empty() ? oldName : newName;
@@ -204,27 +192,27 @@ void FlowspecConfigSm::doCleanupVrf(Cog::String const& vrfName) {
     sm->doCleanup();
     flowspecVrfConfigSmDel(vrfName);
   }
-  pmapTypeConfig_->pmapDel(vrfName);
-  pmapTypeConfig_->pmapInputDel(vrfName);
-  pmapTypeConfig_->counterUpdateRequestTimeDel(vrfName);
+  in_.pmapTypeConfig->pmapDel(vrfName);
+  in_.pmapTypeConfig->pmapInputDel(vrfName);
+  in_.pmapTypeConfig->counterUpdateRequestTimeDel(vrfName);
 }
 
 bool FlowspecConfigSm::intfEnabled(Nwk::IntfId const& intfId) const {
-  return flowspecCliConfig_->enabledIntf(intfId) != Flowspec::IpVersion::none ||
-         flowspecConfig_->enabledIntfAll();
+  return in_.flowspecCliConfig->enabledIntf(intfId) != Flowspec::IpVersion::none ||
+         in_.flowspecConfig->enabledIntfAll();
 }
 
 void FlowspecConfigSm::handleIntf(Nwk::IntfId const& intfId) {
   if (!initialized()) {
     return;
   }
-  auto const status = l3StatusDir_->intfStatus(intfId);
+  auto const status = in_.l3StatusDir->intfStatus(intfId);
   if (status && intfEnabled(intfId)) {
     TRACE(gTrace, 4, "Map ", intfId, " --> ", status->vrf());
-    intfConfig_->intfIs(intfId, status->vrf());
+    in_.intfConfig->intfIs(intfId, status->vrf());
   } else {
     TRACE(gTrace, 4, "Unmap ", intfId);
-    intfConfig_->intfDel(intfId);
+    in_.intfConfig->intfDel(intfId);
   }
 }
 
@@ -232,8 +220,8 @@ void FlowspecConfigSm::handleIntf() {
   if (!initialized()) {
     return;
   }
-  TRACE(gTrace, 4, "enabledIntfAll ", flowspecConfig_->enabledIntfAll());
-  for (auto const& [intfId, status] : l3StatusDir_->intfStatus()) {
+  TRACE(gTrace, 4, "enabledIntfAll ", in_.flowspecConfig->enabledIntfAll());
+  for (auto const& [intfId, status] : in_.l3StatusDir->intfStatus()) {
     handleIntf(intfId);
   }
 }
@@ -242,7 +230,7 @@ void FlowspecConfigSm::handleL3Intf(Nwk::IntfId const& intfId) {
   if (!initialized()) {
     return;
   }
-  if (auto const status = l3StatusDir_->intfStatus(intfId)) {
+  if (auto const status = in_.l3StatusDir->intfStatus(intfId)) {
     TRACE(gTrace, 4, "Instantiating L3IntfStatusSm for ", intfId);
     l3IntfStatusIs(status);
   } else {
@@ -256,13 +244,13 @@ void FlowspecConfigSm::handleL3Intf() {
     return;
   }
   TRACE(gTrace, 4, "handleL3Intf");
-  for (auto const& [intfId, status] : l3StatusDir_->intfStatus()) {
+  for (auto const& [intfId, status] : in_.l3StatusDir->intfStatus()) {
     handleL3Intf(intfId);
   }
-  for (auto const& [intfId, policyName] : intfConfig_->intf()) {
-    if (!l3StatusDir_->intfStatus(intfId)) {
+  for (auto const& [intfId, policyName] : in_.intfConfig->intf()) {
+    if (!in_.l3StatusDir->intfStatus(intfId)) {
       TRACE(gTrace, 3, "Deleting stale interface ", intfId);
-      intfConfig_->intfDel(intfId);
+      in_.intfConfig->intfDel(intfId);
     }
   }
 }

@@ -30,16 +30,22 @@ class FlowspecConfigSm : public Kiln::KilnBaseOutputSm {
  public:
   using VrfId = Vrf::VrfIdMap::VrfId;
 
-  FlowspecConfigSm(Cog::Ptr<Flowspec::Config const> flowspecConfig,
-                   Cog::Ptr<L3::Intf::StatusDir const> l3StatusDir,
-                   Cog::Ptr<Vrf::VrfIdMap::Status const> vrfIdStatus,
-                   Cog::Ptr<Flowspec::CliConfig const> flowspecCliConfig,
-                   Cog::Ptr<PolicyMap::PolicyMapTypeStatus const> pmapTypeStatus,
-                   Cog::Ptr<PolicyMap::IntfConfig> intfConfig,
-                   Cog::Ptr<PolicyMap::PolicyMapTypeConfig> pmapTypeConfig,
-                   Cog::Ptr<PolicyMap::ClassMapTypeConfig> cmapTypeConfig,
-                   Cog::Ptr<Flowspec::Status> flowspecStatus,
-                   Cog::Ptr<Kiln::TaskScheduler> scheduler);
+  // What the root hands over, in the order the factory takes it.
+  struct Inputs {
+    Cog::Ptr<Flowspec::Config const> flowspecConfig;
+    Cog::Ptr<L3::Intf::StatusDir const> l3StatusDir;
+    Cog::Ptr<Vrf::VrfIdMap::Status const> vrfIdStatus;
+    Cog::Ptr<Flowspec::CliConfig const> flowspecCliConfig;
+    Cog::Ptr<PolicyMap::PolicyMapTypeStatus const> pmapTypeStatus;
+    Cog::Ptr<PolicyMap::IntfConfig> intfConfig;
+    Cog::Ptr<PolicyMap::PolicyMapTypeConfig> pmapTypeConfig;
+    Cog::Ptr<PolicyMap::ClassMapTypeConfig> cmapTypeConfig;
+    Cog::Ptr<Flowspec::Status> flowspecStatus;
+    Cog::Ptr<Kiln::TaskScheduler> scheduler;
+    bool operator==(Inputs const&) const = default;
+  };
+
+  explicit FlowspecConfigSm(Inputs inputs);
   ~FlowspecConfigSm() override;
 
   COG_RECORD(FlowspecConfigSm,
@@ -80,16 +86,7 @@ class FlowspecConfigSm : public Kiln::KilnBaseOutputSm {
 
   bool intfEnabled(Nwk::IntfId const& intfId) const;
 
-  Cog::Ptr<Flowspec::Config const> flowspecConfig_;
-  Cog::Ptr<L3::Intf::StatusDir const> l3StatusDir_;
-  Cog::Ptr<Vrf::VrfIdMap::Status const> vrfIdStatus_;
-  Cog::Ptr<Flowspec::CliConfig const> flowspecCliConfig_;
-  Cog::Ptr<PolicyMap::PolicyMapTypeStatus const> pmapTypeStatus_;
-  Cog::Ptr<PolicyMap::IntfConfig> intfConfig_;
-  Cog::Ptr<PolicyMap::PolicyMapTypeConfig> pmapTypeConfig_;
-  Cog::Ptr<PolicyMap::ClassMapTypeConfig> cmapTypeConfig_;
-  Cog::Ptr<Flowspec::Status> flowspecStatus_;
-  Cog::Ptr<Kiln::TaskScheduler> scheduler_;
+  Inputs const in_;
 
   Cog::ReactorMap<Nwk::IntfId, L3IntfStatusSm> l3IntfStatus_;
   Cog::ReactorMap<Cog::String, PolicyMapStatusSm> pmapStatus_;
@@ -97,6 +94,7 @@ class FlowspecConfigSm : public Kiln::KilnBaseOutputSm {
 };
 
 // Creates the configuration root; its constructor runs handleInitialized.
+Cog::Ptr<FlowspecConfigSm> flowspecConfigSmFactory(FlowspecConfigSm::Inputs inputs);
 Cog::Ptr<FlowspecConfigSm> flowspecConfigSmFactory(
     Cog::Ptr<Flowspec::Config const> flowspecConfig,
     Cog::Ptr<L3::Intf::StatusDir const> l3StatusDir,

@@ -41,7 +41,7 @@ struct FlowspecVrfConfigSm::Reactors {
   };
 
   explicit Reactors(FlowspecVrfConfigSm* sm)
-      : rules(sm->vrfRuleConfig_, sm), vrfIds(sm->vrfIdStatus_, sm) {}
+      : rules(sm->in_.vrfRuleConfig, sm), vrfIds(sm->in_.vrfIdStatus, sm) {}
 
   RulesReactor rules;
   VrfIdReactor vrfIds;
@@ -53,36 +53,25 @@ Cog::Ptr<FlowspecVrfConfigSm> flowspecVrfConfigSmFactory(
     Cog::Ptr<PolicyMap::ClassMapTypeConfig> cmapTypeConfig,
     Cog::Ptr<PolicyMap::PolicyMapConfig> policyMapConfig,
     Cog::Ptr<Vrf::VrfIdMap::Status const> vrfIdStatus, Cog::Ptr<Kiln::TaskScheduler> scheduler) {
-  return Cog::make<FlowspecVrfConfigSm>(vrfName, std::move(vrfRuleConfig),
-                                        std::move(vrfRuleStatus), std::move(cmapTypeConfig),
-                                        std::move(policyMapConfig), std::move(vrfIdStatus),
-                                        std::move(scheduler));
+  return Cog::make<FlowspecVrfConfigSm>(
+      vrfName, FlowspecVrfConfigSm::Inputs{std::move(vrfRuleConfig), std::move(vrfRuleStatus),
+                                           std::move(cmapTypeConfig), std::move(policyMapConfig),
+                                           std::move(vrfIdStatus), std::move(scheduler)});
 }
 
-FlowspecVrfConfigSm::FlowspecVrfConfigSm(Cog::String vrfName,
-                                         Cog::Ptr<Flowspec::VrfRuleConfig const> vrfRuleConfig,
-                                         Cog::Ptr<Flowspec::VrfRuleStatus> vrfRuleStatus,
-                                         Cog::Ptr<PolicyMap::ClassMapTypeConfig> cmapTypeConfig,
-                                         Cog::Ptr<PolicyMap::PolicyMapConfig> policyMapConfig,
-                                         Cog::Ptr<Vrf::VrfIdMap::Status const> vrfIdStatus,
-                                         Cog::Ptr<Kiln::TaskScheduler> scheduler)
+FlowspecVrfConfigSm::FlowspecVrfConfigSm(Cog::String vrfName, Inputs inputs)
     : vrfName_(std::move(vrfName)),
-      vrfRuleConfig_(std::move(vrfRuleConfig)),
-      vrfRuleStatus_(std::move(vrfRuleStatus)),
-      cmapTypeConfig_(std::move(cmapTypeConfig)),
-      policyMapConfig_(std::move(policyMapConfig)),
-      vrfIdStatus_(std::move(vrfIdStatus)),
-      scheduler_(std::move(scheduler)),
+      in_(std::move(inputs)),
       ruleConfig_([this](Flowspec::FlowspecKey const& key) { doCleanupRule(key); }, "ruleConfig") {
   reactors_ = std::make_unique<Reactors>(this);
-  for (auto const& [key, rule] : vrfRuleConfig_->rule()) {
+  for (auto const& [key, rule] : in_.vrfRuleConfig->rule()) {
     ruleConfigIs(rule);
   }
-  ruleTask_ = std::make_unique<Kiln::Task>(scheduler_, kTaskPriority, vrfName_,
+  ruleTask_ = std::make_unique<Kiln::Task>(in_.scheduler, kTaskPriority, vrfName_,
                                            [this] { handleRuleTask(); });
-  policyTimerTask_ = std::make_unique<Kiln::TimerTask>(scheduler_, kTaskPriority, vrfName_,
+  policyTimerTask_ = std::make_unique<Kiln::TimerTask>(in_.scheduler, kTaskPriority, vrfName_,
                                                        [this] { handlePolicy(); });
-  starvationTimerTask_ = std::make_unique<Kiln::TimerTask>(scheduler_, kTaskPriority, vrfName_,
+  starvationTimerTask_ = std::make_unique<Kiln::TimerTask>(in_.scheduler, kTaskPriority, vrfName_,
                                                            [this] { handlePolicy(); });
   handleInitialized();
 }
@@ -97,18 +86,6 @@ FlowspecVrfConfigSm::~FlowspecVrfConfigSm() {
   ruleConfig_.clearSilently();
 }
 
-bool FlowspecVrfConfigSm::constructedWith(
-    Cog::Ptr<Flowspec::VrfRuleConfig const> const& vrfRuleConfig,
-    Cog::Ptr<Flowspec::VrfRuleStatus> const& vrfRuleStatus,
-    Cog::Ptr<PolicyMap::ClassMapTypeConfig> const& cmapTypeConfig,
-    Cog::Ptr<PolicyMap::PolicyMapConfig> const& policyMapConfig,
-    Cog::Ptr<Vrf::VrfIdMap::Status const> const& vrfIdStatus,
-    Cog::Ptr<Kiln::TaskScheduler> const& scheduler) const {
-  return vrfRuleConfig == vrfRuleConfig_ && vrfRuleStatus == vrfRuleStatus_ &&
-         cmapTypeConfig == cmapTypeConfig_ && policyMapConfig == policyMapConfig_ &&
-         vrfIdStatus == vrfIdStatus_ && scheduler == scheduler_;
-}
-
 void FlowspecVrfConfigSm::ruleConfigIs(Cog::Ptr<Flowspec::RuleConfig const> const& rule) {
   ruleConfig_.is(rule->key(), rule, this);
 }
@@ -118,8 +95,8 @@ void FlowspecVrfConfigSm::ruleConfigDel(Flowspec::FlowspecKey const& key) { rule
 void FlowspecVrfConfigSm::handleInitialized() {
   TRACE(gTrace, 3, "policyName ", vrfName_);
   initializedIs(true);
-  policyMapConfig_->subconfigDelAll();
-  policyMapConfig_->currCfgIs(nullptr);
+  in_.policyMapConfig->subconfigDelAll();
+  in_.policyMapConfig->currCfgIs(nullptr);
   handleRuleConfig();
   handleRedirectVrfId();
 }
@@ -129,13 +106,13 @@ void FlowspecVrfConfigSm::handleRuleConfig() {
     return;
   }
   TRACE(gTrace, 5, "vrfName ", vrfName_);
-  for (auto const& [key, rule] : vrfRuleConfig_->rule()) {
+  for (auto const& [key, rule] : in_.vrfRuleConfig->rule()) {
     handleRuleConfig(key);
   }
-  for (auto const& [key, status] : vrfRuleStatus_->ruleStatus()) {
-    if (!vrfRuleConfig_->rule(key)) {
+  for (auto const& [key, status] : in_.vrfRuleStatus->ruleStatus()) {
+    if (!in_.vrfRuleConfig->rule(key)) {
       TRACE(gTrace, 3, "Cleanup stale rule status for ", key);
-      vrfRuleStatus_->ruleStatusDel(key);
+      in_.vrfRuleStatus->ruleStatusDel(key);
     }
   }
 }
@@ -184,13 +161,13 @@ void FlowspecVrfConfigSm::processRuleMatchSet(Flowspec::FlowspecKey const& key) 
   if (!initialized()) {
     return;
   }
-  OrbFlowspec::processRuleMatchSet(key, vrfName_, vrfRuleConfig_, vrfRuleStatus_,
-                                   cmapTypeConfig_);
+  OrbFlowspec::processRuleMatchSet(key, vrfName_, in_.vrfRuleConfig, in_.vrfRuleStatus,
+                                   in_.cmapTypeConfig);
 }
 
 void FlowspecVrfConfigSm::doCleanupCmapConfig(Cog::String const& className,
                                               Cog::String const& reason) {
-  OrbFlowspec::doCleanupCmapConfig(vrfName_, cmapTypeConfig_, className, reason);
+  OrbFlowspec::doCleanupCmapConfig(vrfName_, in_.cmapTypeConfig, className, reason);
 }
 
 void FlowspecVrfConfigSm::handlePolicy() {
@@ -200,10 +177,10 @@ void FlowspecVrfConfigSm::handlePolicy() {
   Cog::Seconds const start = Cog::System::currentTime();
   TRACE(gTrace, 6, "handlePolicy");
   Kiln::UniqueId const version = Kiln::UniqueId::next();
-  auto const subconfig = policyMapConfig_->subconfigIs(vrfName_, version);
+  auto const subconfig = in_.policyMapConfig->subconfigIs(vrfName_, version);
   afPrioValIs(Nwk::AddressFamily::ipv4, v4ClassPrioOffset);
   afPrioValIs(Nwk::AddressFamily::ipv6, v6ClassPrioOffset);
-  for (auto const& [key, rule] : vrfRuleConfig_->rule()) {
+  for (auto const& [key, rule] : in_.vrfRuleConfig->rule()) {
     Cog::String const className = key.stringValue();
     std::uint32_t const prio = afPrioVal(key.af());
     subconfig->classPrioIs(prio, className);
@@ -211,13 +188,13 @@ void FlowspecVrfConfigSm::handlePolicy() {
     updateClassAction(key, subconfig->classActionIs(className));
   }
   TRACE(gTrace, 6, "Assigned ", subconfig->classPrio().size(), " class priorities");
-  policyMapConfig_->currCfgIs(subconfig);
+  in_.policyMapConfig->currCfgIs(subconfig);
   TRACE(gTrace, 6, "Cleanup old subconfig for ", curPmapVersion());
-  policyMapConfig_->subconfigDel(curPmapVersion());
+  in_.policyMapConfig->subconfigDel(curPmapVersion());
   curPmapVersionIs(version);
   TRACE(gTrace, 6, "Cur pmap subconfig version ", version);
   for (auto const& [key, container] : classActionContainer()) {
-    if (!vrfRuleConfig_->rule(key)) {
+    if (!in_.vrfRuleConfig->rule(key)) {
       TRACE(gTrace, 6, "Cleanup stale action container for ", key);
       classActionContainerDel(key);
     }
@@ -229,19 +206,19 @@ void FlowspecVrfConfigSm::handlePolicy() {
 
 void FlowspecVrfConfigSm::doCleanup() {
   TRACE(gTrace, 3, "vrfName ", vrfName_, " reason SM destruction");
-  for (auto const& [key, rule] : vrfRuleConfig_->rule()) {
+  for (auto const& [key, rule] : in_.vrfRuleConfig->rule()) {
     doCleanupCmapConfig(key.stringValue(), "SM destruction");
   }
   for (auto const& key : ruleBacklog()) {
     doCleanupCmapConfig(key.stringValue(), "SM destruction");
     ruleBacklogDel(key);
   }
-  vrfRuleStatus_->ruleStatusDelAll();
+  in_.vrfRuleStatus->ruleStatusDelAll();
 }
 
 void FlowspecVrfConfigSm::dumpState(Kiln::DumpContext* ctx, int indent) const {
   Kiln::dumpf(ctx, indent, "FlowspecVrfConfigSm: %s, numRules #%zu\n", vrfName_.c_str(),
-              vrfRuleConfig_->rule().size());
+              in_.vrfRuleConfig->rule().size());
   Kiln::dumpf(ctx, indent + 2, "classActionContainers: #%zu\n", classActionContainer().size());
   for (auto const& [key, container] : classActionContainer()) {
     container->dumpState(ctx, indent + 4);

@@ -38,22 +38,21 @@ class FlowspecVrfConfigSm : public Kiln::KilnBaseOutputSm {
   static constexpr std::uint32_t v4ClassPrioOffset = 1;
   static constexpr std::uint32_t v6ClassPrioOffset = 0x80000000;
 
-  FlowspecVrfConfigSm(Cog::String vrfName, Cog::Ptr<Flowspec::VrfRuleConfig const> vrfRuleConfig,
-                      Cog::Ptr<Flowspec::VrfRuleStatus> vrfRuleStatus,
-                      Cog::Ptr<PolicyMap::ClassMapTypeConfig> cmapTypeConfig,
-                      Cog::Ptr<PolicyMap::PolicyMapConfig> policyMapConfig,
-                      Cog::Ptr<Vrf::VrfIdMap::Status const> vrfIdStatus,
-                      Cog::Ptr<Kiln::TaskScheduler> scheduler);
-  ~FlowspecVrfConfigSm() override;
+  // What the configuration root hands over besides the name, in the order the factory takes
+  // it. The framework's reinstantiation check compares them.
+  struct Inputs {
+    Cog::Ptr<Flowspec::VrfRuleConfig const> vrfRuleConfig;
+    Cog::Ptr<Flowspec::VrfRuleStatus> vrfRuleStatus;
+    Cog::Ptr<PolicyMap::ClassMapTypeConfig> cmapTypeConfig;
+    Cog::Ptr<PolicyMap::PolicyMapConfig> policyMapConfig;
+    Cog::Ptr<Vrf::VrfIdMap::Status const> vrfIdStatus;
+    Cog::Ptr<Kiln::TaskScheduler> scheduler;
+    bool operator==(Inputs const&) const = default;
+  };
 
-  // Whether this state machine was built from these inputs (the framework's reinstantiation
-  // check).
-  bool constructedWith(Cog::Ptr<Flowspec::VrfRuleConfig const> const& vrfRuleConfig,
-                       Cog::Ptr<Flowspec::VrfRuleStatus> const& vrfRuleStatus,
-                       Cog::Ptr<PolicyMap::ClassMapTypeConfig> const& cmapTypeConfig,
-                       Cog::Ptr<PolicyMap::PolicyMapConfig> const& policyMapConfig,
-                       Cog::Ptr<Vrf::VrfIdMap::Status const> const& vrfIdStatus,
-                       Cog::Ptr<Kiln::TaskScheduler> const& scheduler) const;
+  FlowspecVrfConfigSm(Cog::String vrfName, Inputs inputs);
+  ~FlowspecVrfConfigSm() override;
+  bool constructedWith(Inputs const& inputs) const { return inputs == in_; }
 
   COG_RECORD(FlowspecVrfConfigSm,
              (hashSet, Flowspec::FlowspecKey, ruleBacklog, RuleBacklog),
@@ -68,9 +67,13 @@ class FlowspecVrfConfigSm : public Kiln::KilnBaseOutputSm {
              (value, bool, initialized, Initialized));
 
   Cog::String const& vrfName() const { return vrfName_; }
-  Cog::Ptr<Flowspec::VrfRuleConfig const> const& vrfRuleConfig() const { return vrfRuleConfig_; }
-  Cog::Ptr<Flowspec::VrfRuleStatus> const& vrfRuleStatus() const { return vrfRuleStatus_; }
-  Cog::Ptr<PolicyMap::PolicyMapConfig> const& policyMapConfig() const { return policyMapConfig_; }
+  Cog::Ptr<Flowspec::VrfRuleConfig const> const& vrfRuleConfig() const {
+    return in_.vrfRuleConfig;
+  }
+  Cog::Ptr<Flowspec::VrfRuleStatus> const& vrfRuleStatus() const { return in_.vrfRuleStatus; }
+  Cog::Ptr<PolicyMap::PolicyMapConfig> const& policyMapConfig() const {
+    return in_.policyMapConfig;
+  }
   Kiln::Task const& ruleTask() const { return *ruleTask_; }
   Kiln::TimerTask const& policyTimerTask() const { return *policyTimerTask_; }
   Kiln::TimerTask const& starvationTimerTask() const { return *starvationTimerTask_; }
@@ -113,12 +116,7 @@ class FlowspecVrfConfigSm : public Kiln::KilnBaseOutputSm {
                          ActionContainer& container, PolicyMap::ClassAction& classAction);
 
   Cog::String vrfName_;
-  Cog::Ptr<Flowspec::VrfRuleConfig const> vrfRuleConfig_;
-  Cog::Ptr<Flowspec::VrfRuleStatus> vrfRuleStatus_;
-  Cog::Ptr<PolicyMap::ClassMapTypeConfig> cmapTypeConfig_;
-  Cog::Ptr<PolicyMap::PolicyMapConfig> policyMapConfig_;
-  Cog::Ptr<Vrf::VrfIdMap::Status const> vrfIdStatus_;
-  Cog::Ptr<Kiln::TaskScheduler> scheduler_;
+  Inputs const in_;
   Flowspec::FlowspecUtil flowspecUtil_;
 
   std::unique_ptr<Reactors> reactors_;

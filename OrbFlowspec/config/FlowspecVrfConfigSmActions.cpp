@@ -33,7 +33,7 @@ std::uint64_t policeRateBits(float bytesPerSecond) {
 void FlowspecVrfConfigSm::updateClassAction(Flowspec::FlowspecKey const& key,
                                             Cog::Ptr<PolicyMap::ClassAction> const& classAction) {
   Cog::String const className = key.stringValue();
-  auto const ruleConfig = vrfRuleConfig_->rule(key);
+  auto const ruleConfig = in_.vrfRuleConfig->rule(key);
   COG_ASSERT(!ruleConfig->actionFieldSet().invalid());
   COG_ASSERT(classAction->policyActions() == 0);
   TRACE(gTrace, 5, "className ", className);
@@ -89,7 +89,7 @@ void FlowspecVrfConfigSm::addRedirectAction(Flowspec::RuleConfig const& rule,
                                             Cog::String const& className,
                                             ActionContainer& container,
                                             PolicyMap::ClassAction& classAction) {
-  Vrf::VrfIdMap::VrfEntry const entry = vrfIdStatus_->vrfEntry(rule.trafficRedirect().vrfId);
+  Vrf::VrfIdMap::VrfEntry const entry = in_.vrfIdStatus->vrfEntry(rule.trafficRedirect().vrfId);
   if (entry == Vrf::VrfIdMap::VrfEntry()) {
     container.redirectActionDel();
     return;

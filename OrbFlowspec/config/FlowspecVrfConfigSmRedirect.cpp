@@ -16,7 +16,7 @@ void FlowspecVrfConfigSm::handleRedirectVrfId(Flowspec::FlowspecKey const& key) 
     return;
   }
   doCleanupRedirectVrfId(key);
-  auto const rule = vrfRuleConfig_->rule(key);
+  auto const rule = in_.vrfRuleConfig->rule(key);
   if (!rule) {
     return;
   }
@@ -29,7 +29,7 @@ void FlowspecVrfConfigSm::handleRedirectVrfId(Flowspec::FlowspecKey const& key) 
 }
 
 void FlowspecVrfConfigSm::handleRedirectVrfId() {
-  for (auto const& [key, rule] : vrfRuleConfig_->rule()) {
+  for (auto const& [key, rule] : in_.vrfRuleConfig->rule()) {
     handleRedirectVrfId(key);
   }
 }

@@ -16,10 +16,12 @@ using Flowspec::TcpBitMask;
 std::string BitMaskGroup::toStrep() const {
   std::string out = "{";
   for (auto const& m : ipBitMask()) {
-    out += " " + m.toStrep();
+    out += ' ';
+    out += m.toStrep();
   }
   for (auto const& m : tcpBitMask()) {
-    out += " " + m.toStrep();
+    out += ' ';
+    out += m.toStrep();
   }
   return out + " }";
 }

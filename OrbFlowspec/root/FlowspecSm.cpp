@@ -48,19 +48,8 @@ Cog::Ptr<RuleSetSm> FlowspecSm::ruleSetSmIs(Cog::Ptr<Kiln::TaskScheduler> const&
   return ruleSetSm_;
 }
 
-Cog::Ptr<FlowspecConfigSm> FlowspecSm::flowspecConfigSmIs(
-    Cog::Ptr<Flowspec::Config const> const& config,
-    Cog::Ptr<L3::Intf::StatusDir const> const& l3StatusDir,
-    Cog::Ptr<Vrf::VrfIdMap::Status const> const& vrfIdStatus,
-    Cog::Ptr<Flowspec::CliConfig const> const& cliConfig,
-    Cog::Ptr<PolicyMap::PolicyMapTypeStatus const> const& pmapTypeStatus,
-    Cog::Ptr<PolicyMap::IntfConfig> const& intfConfig,
-    Cog::Ptr<PolicyMap::PolicyMapTypeConfig> const& pmapTypeConfig,
-    Cog::Ptr<PolicyMap::ClassMapTypeConfig> const& cmapTypeConfig,
-    Cog::Ptr<Flowspec::Status> const& status, Cog::Ptr<Kiln::TaskScheduler> const& scheduler) {
-  flowspecConfigSm_ =
-      flowspecConfigSmFactory(config, l3StatusDir, vrfIdStatus, cliConfig, pmapTypeStatus,
-                              intfConfig, pmapTypeConfig, cmapTypeConfig, status, scheduler);
+Cog::Ptr<FlowspecConfigSm> FlowspecSm::flowspecConfigSmIs(FlowspecConfigSm::Inputs inputs) {
+  flowspecConfigSm_ = flowspecConfigSmFactory(std::move(inputs));
   return flowspecConfigSm_;
 }
 
@@ -77,10 +66,10 @@ void FlowspecSm::handleInitialized() {
   initializedIs(true);
   auto const& mounts = *flowspecMounts_;
   ruleSetSmIs(scheduler_, mounts.flowspecTidal(), mounts.flowspecConfig());
-  flowspecConfigSmIs(mounts.flowspecConfig(), mounts.l3StatusDir(), mounts.vrfIdStatus(),
-                     mounts.flowspecCliConfig(), pbrStatus(), intfConfig(),
-                     policyMapConfig()->pmapType(kFlowspec), policyMapConfig()->cmapType(kFlowspec),
-                     mounts.flowspecStatus(), scheduler_);
+  flowspecConfigSmIs({mounts.flowspecConfig(), mounts.l3StatusDir(), mounts.vrfIdStatus(),
+                      mounts.flowspecCliConfig(), pbrStatus(), intfConfig(),
+                      policyMapConfig()->pmapType(kFlowspec),
+                      policyMapConfig()->cmapType(kFlowspec), mounts.flowspecStatus(), scheduler_});
 }
 
 void FlowspecSm::dumpState(Kiln::DumpContext* ctx, int indent) const {

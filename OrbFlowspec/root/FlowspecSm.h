@@ -53,16 +53,7 @@ class FlowspecSm : public Kiln::KilnBaseOutputSm {
 
   // The configuration root, created with exactly these inputs, in this order.
   Cog::Ptr<FlowspecConfigSm> const& flowspecConfigSm() const { return flowspecConfigSm_; }
-  Cog::Ptr<FlowspecConfigSm> flowspecConfigSmIs(
-      Cog::Ptr<Flowspec::Config const> const& config,
-      Cog::Ptr<L3::Intf::StatusDir const> const& l3StatusDir,
-      Cog::Ptr<Vrf::VrfIdMap::Status const> const& vrfIdStatus,
-      Cog::Ptr<Flowspec::CliConfig const> const& cliConfig,
-      Cog::Ptr<PolicyMap::PolicyMapTypeStatus const> const& pmapTypeStatus,
-      Cog::Ptr<PolicyMap::IntfConfig> const& intfConfig,
-      Cog::Ptr<PolicyMap::PolicyMapTypeConfig> const& pmapTypeConfig,
-      Cog::Ptr<PolicyMap::ClassMapTypeConfig> const& cmapTypeConfig,
-      Cog::Ptr<Flowspec::Status> const& status, Cog::Ptr<Kiln::TaskScheduler> const& scheduler);
+  Cog::Ptr<FlowspecConfigSm> flowspecConfigSmIs(FlowspecConfigSm::Inputs inputs);
   void flowspecConfigSmDel() { flowspecConfigSm_ = nullptr; }
 
   // Kiln::KilnBaseOutputSm:

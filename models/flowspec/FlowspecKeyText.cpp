@@ -90,9 +90,14 @@ std::string FlowspecKey::stringValue() const {
     if (first) {
       // Prefix types have a prefix syntax of their own; as pairs they go by number.
       MatchCompType const type = opVals_[i].type;
-      out += " " + (isPrefixType(type) ? "type" + std::to_string(static_cast<unsigned>(type))
-                                       : compTypeName(type)) +
-             " ";
+      out += ' ';
+      if (isPrefixType(type)) {
+        out += "type";
+        out += std::to_string(static_cast<unsigned>(type));
+      } else {
+        out += compTypeName(type);
+      }
+      out += ' ';
     }
     bool const andBit = opVals_[i].op & OpBits::kAnd;
     out += andBit ? "&" : first ? "" : "|";

@@ -57,10 +57,12 @@ std::string masksText(std::unordered_set<Mask> const& masks) {
 std::string MatchComponent::toStrep() const {
   std::string out = compTypeName(matchCompType_);
   if (matchTypePrefix()) {
-    return out + " " + prefix_.toStrep();
+    out += ' ';
+    return out += prefix_.toStrep();
   }
   for (auto const& range : numericalRange_) {
-    out += " " + range.toStrep();
+    out += ' ';
+    out += range.toStrep();
   }
   return out + masksText(tcpBitMask_) + masksText(ipBitMask_);
 }

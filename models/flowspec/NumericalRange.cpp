@@ -65,7 +65,11 @@ std::uint32_t NumericalRange::matchCompTypeMax(MatchCompType type) {
 }
 
 std::string NumericalRange::toStrep() const {
-  return "[" + std::to_string(rangeMin_) + ", " + std::to_string(rangeMax_) + "]";
+  std::string out = "[";
+  out += std::to_string(rangeMin_);
+  out += ", ";
+  out += std::to_string(rangeMax_);
+  return out += ']';
 }
 
 std::ostream& operator<<(std::ostream& os, NumericalRange const& range) {

@@ -31,7 +31,8 @@ void VrfRuleStatus::dumpState(Kiln::DumpContext* ctx, int indent) const {
   for (auto const& [af, coll] : activeIntfPerAf()) {
     std::string intfs;
     for (auto const& intf : coll->intf()) {
-      intfs += " " + intf.toStrep();
+      intfs += ' ';
+      intfs += intf.toStrep();
     }
     Kiln::dumpf(ctx, indent + 2, "active %s:%s\n", Nwk::toStrep(af), intfs.c_str());
   }

@@ -5,7 +5,8 @@ namespace Pbr {
 Cog::String ResolvedNexthopInfo::toStrep() const {
   Cog::String out = "vrf " + nexthopSet.vrfName;
   for (auto const& address : nexthopSet.nexthops) {
-    out += " " + address.toStrep();
+    out += ' ';
+    out += address.toStrep();
   }
   return out;
 }

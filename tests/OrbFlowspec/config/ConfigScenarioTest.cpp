@@ -264,4 +264,67 @@ TEST_F(ConfigScenario, RestartReconcilesStateLeftByAnEarlierInstance) {
   EXPECT_FALSE(stack.status->vrfRuleStatus(6));
 }
 
+TEST_F(ConfigScenario, ConfigRootRestartDropsBindingsThatNoLongerApply) {
+  stack.start();
+  stack.settle();
+  auto const intfConfig = stack.root->intfConfig();
+  // Bindings an earlier configuration root left: an interface that is gone, one that is no
+  // longer enabled, one that moved to another VRF, and one that is still right.
+  stack.intfIs("Ethernet3", "red");
+  stack.intfIs("Ethernet4", "red");
+  stack.enabledIntfIs("Ethernet4", Flowspec::IpVersion::ipv4AndIpv6);
+  stack.root->flowspecConfigSmDel();
+  intfConfig->intfIs(Nwk::IntfId("Ethernet9"), "red");
+  intfConfig->intfIs(Nwk::IntfId("Ethernet3"), "red");
+  intfConfig->intfIs(Nwk::IntfId("Ethernet2"), "red");
+  intfConfig->intfIs(Nwk::IntfId("Ethernet4"), "red");
+  stack.intfIs("Ethernet4", "blue");
+
+  auto const& mounts = *stack.records.mounts;
+  stack.root->flowspecConfigSmIs({mounts.flowspecConfig(), mounts.l3StatusDir(),
+                                  mounts.vrfIdStatus(), mounts.flowspecCliConfig(),
+                                  stack.root->pbrStatus(), intfConfig,
+                                  stack.root->policyMapConfig()->pmapType("Flowspec"),
+                                  stack.root->policyMapConfig()->cmapType("Flowspec"),
+                                  mounts.flowspecStatus(), stack.scheduler});
+  stack.settle();
+  EXPECT_EQ(intfConfig->intf().size(), 2u);
+  EXPECT_EQ(intfConfig->intf(Nwk::IntfId("Ethernet1")), "red");
+  EXPECT_EQ(intfConfig->intf(Nwk::IntfId("Ethernet4")), "blue");
+}
+
+TEST_F(ConfigScenario, ActionContainersFollowTheRulesAcrossRebuildsAndRestarts) {
+  auto const containers = [&] {
+    Kiln::DumpContext dump;
+    configSm()->dumpState(&dump, 0);
+    for (auto const& line : dump.lines()) {
+      if (line.find("classActionContainers: #") != std::string::npos) {
+        return line.substr(line.find('#') + 1);
+      }
+    }
+    return std::string("none");
+  };
+  stack.start();
+  stack.ruleIs(5, "ipv4 dport =80");
+  stack.ruleIs(5, "ipv4 dport =81", 2, ActionFieldSet(ActionFieldSet::kDeny));
+  stack.settle();
+  EXPECT_EQ(containers(), "2");
+  auto const deny = policy("red")->currCfg()->classAction("ipv4 dport =81")->policyAction(
+      PolicyMap::ActionType::actionDeny);
+  stack.ruleDel(5, "ipv4 dport =81");
+  stack.settle();
+  EXPECT_EQ(containers(), "1");
+
+  stack.stop();
+  stack.ruleIs(5, "ipv4 dport =81", 2, ActionFieldSet(ActionFieldSet::kDeny));
+  stack.start();
+  stack.settle();
+  EXPECT_EQ(containers(), "2");
+  EXPECT_EQ(policy("red")->subconfig().size(), 1u);
+  auto const again = policy("red")->currCfg()->classAction("ipv4 dport =81")->policyAction(
+      PolicyMap::ActionType::actionDeny);
+  ASSERT_TRUE(again);
+  EXPECT_NE(again, deny);
+}
+
 }  // namespace

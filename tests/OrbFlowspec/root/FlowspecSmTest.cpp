@@ -26,7 +26,6 @@ TEST_F(FlowspecSmTest, ConstructionBuildsTheFlowspecPolicyMapTree) {
   auto const pmapType = root->policyMapConfig()->pmapType("Flowspec");
   ASSERT_TRUE(pmapType);
   EXPECT_EQ(pmapType->mapType(), PolicyMap::mapTypeFlowspec);
-  EXPECT_EQ(PolicyMap::mapTypeFlowspec.value, 4);
   EXPECT_EQ(root->policyMapConfig()->cmapType("Flowspec")->type(), PolicyMap::mapTypeFlowspec);
   EXPECT_EQ(root->intfConfig()->type(), PolicyMap::mapTypeFlowspec);
   EXPECT_EQ(root->pbrStatus()->type(), PolicyMap::mapTypeFlowspec);
@@ -44,12 +43,6 @@ TEST_F(FlowspecSmTest, DumpStartsAtTheIndent) {
   Kiln::DumpContext indented;
   root->dumpState(&indented, 4);
   EXPECT_EQ(indented.lines()[0], "    FlowspecSm");
-}
-
-TEST_F(FlowspecSmTest, MountsFactoryStartsEmpty) {
-  auto const mounts = OrbFlowspec::flowspecMountsFactory();
-  EXPECT_FALSE(mounts->flowspecTidal());
-  EXPECT_FALSE(mounts->nexthopGroupStatus());
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "tests/OrbFlowspec/support/StackHarness.h"
 
+#include "agent/Show.h"
+
 #include <map>
 #include <sstream>
 
@@ -66,80 +68,10 @@ void StackHarness::runFor(double seconds) { scheduler->runFor(seconds); }
 
 void StackHarness::settle() { scheduler->runUntilNoWork(24 * 3600.0); }
 
-namespace {
-
-void printAction(std::ostream& os, PolicyMap::Action const& action) {
-  os << "      action " << static_cast<int>(action.actionType());
-  if (auto const* police = dynamic_cast<PolicyMap::PoliceAction const*>(&action)) {
-    os << " rate " << police->rate().rate;
-  } else if (auto const* dscp = dynamic_cast<PolicyMap::SetDscpAction const*>(&action)) {
-    os << " dscp " << static_cast<int>(dscp->dscp().value());
-  } else if (auto const* redirect = dynamic_cast<Pbr::PbrFwdAction const*>(&action)) {
-    os << " vrf " << redirect->vrfName().value();
-    for (auto const& [address, resolve] : redirect->nexthop()) {
-      os << " nexthop " << address.toStrep();
-    }
-  }
-  os << "\n";
-}
-
-}  // namespace
-
 std::string StackHarness::outputs() const {
-  std::ostringstream os;
   Kiln::DumpContext digested;
   config->dumpState(&digested, 0);
-  os << digested.text() << "\n";
-  for (auto const& [vrfId, vrfStatus] : status->vrfRuleStatus()) {
-    os << "status vrf " << vrfId << "\n";
-    for (auto const& [key, rule] : vrfStatus->ruleStatus()) {
-      os << "  " << key.stringValue() << " code " << static_cast<int>(rule->statusCode())
-         << " reason '" << rule->errorReason() << "'\n";
-    }
-  }
-  if (!root) {
-    return os.str();
-  }
-  for (auto const& [intf, policy] : root->intfConfig()->intf()) {
-    os << "intf " << intf.toStrep() << " policy " << policy << "\n";
-  }
-  auto const pmapType = root->policyMapConfig()->pmapType("Flowspec");
-  for (auto const& [name, pmap] : pmapType->pmap()) {
-    os << "policy " << name << "\n";
-    auto const current = pmap->currCfg();
-    if (!current) {
-      continue;
-    }
-    for (auto const& [prio, className] : current->classPrio()) {
-      os << "  class " << prio << " " << className << "\n";
-      if (auto const classAction = current->classAction(className)) {
-        for (auto const& [type, action] : classAction->policyAction()) {
-          printAction(os, *action);
-        }
-      }
-    }
-  }
-  // Class-maps are hashed: print them by name so that stacks compare by content only.
-  std::map<std::string, Cog::Ptr<PolicyMap::ClassMapConfig const>> cmaps;
-  for (auto const& [name, cmap] : root->policyMapConfig()->cmapType("Flowspec")->cmap()) {
-    cmaps.emplace(name, cmap);
-  }
-  for (auto const& [name, cmap] : cmaps) {
-    os << "classmap " << name << "\n";
-    auto const current = cmap->currCfg();
-    if (!current) {
-      continue;
-    }
-    for (auto const& [option, match] : current->match()) {
-      for (auto const& [seq, rule] : match->ipRule()) {
-        os << "  " << seq << " " << rule.toStrep() << "\n";
-      }
-      for (auto const& [seq, rule] : match->ip6Rule()) {
-        os << "  " << seq << " " << rule.toStrep() << "\n";
-      }
-    }
-  }
-  return os.str();
+  return digested.text() + "\n" + (root ? Agent::showFlowspec(*root) : std::string());
 }
 
 }  // namespace OrbFlowspecTest

@@ -78,37 +78,4 @@ TEST(AclStatusDp, QualifierNamesReachableFromFeatureDown) {
   EXPECT_EQ(names, (std::set<std::string>{"flow-label", "ip-length", "l4-src-port"}));
 }
 
-TEST(MountedInputs, RecordsKeepTheirNamesAndEntries) {
-  auto const ocsd = Cog::make<Orb::OrbCommonSmData>("ocsd");
-  ocsd->intfIs(Nwk::IntfId("Ethernet1"), {7, "red"});
-  EXPECT_EQ(ocsd->intf(Nwk::IntfId("Ethernet1")), (Orb::IntfData{7, "red"}));
-  EXPECT_EQ(ocsd->intf(Nwk::IntfId("Ethernet2")), Orb::IntfData{});
-
-  auto const nexthopStatus = Cog::make<Orb::NexthopStatus>("nexthopStatus");
-  Orb::NexthopKey const hop{"red", *Nwk::IpGenAddr::parse("10.0.0.1")};
-  nexthopStatus->resolvedIs(hop, true);
-  EXPECT_TRUE(nexthopStatus->resolved(hop));
-  EXPECT_FALSE(nexthopStatus->resolved(Orb::NexthopKey{"blue", hop.address}));
-
-  auto const lag = Cog::make<Lag::Input::Config>("lagInputConfig");
-  lag->memberIs(Nwk::IntfId("Ethernet1"), Nwk::IntfId("Port-Channel1"));
-  EXPECT_EQ(lag->member(Nwk::IntfId("Ethernet1")), Nwk::IntfId("Port-Channel1"));
-
-  EXPECT_EQ(Cog::make<Acl::Config>("aclConfig")->name(), "aclConfig");
-  EXPECT_EQ(Cog::make<Acl::AclDiff>("aclDiff")->name(), "aclDiff");
-  EXPECT_EQ(Cog::make<Classification::FieldSetConfig>("fieldSets")->name(), "fieldSets");
-  EXPECT_EQ(Cog::make<Ip::Status>("ipStatus")->name(), "ipStatus");
-  EXPECT_EQ(Cog::make<Ip6::Status>("ip6Status")->name(), "ip6Status");
-  EXPECT_EQ(Cog::make<Orb::NexthopConfig>("nexthopConfig")->name(), "nexthopConfig");
-  EXPECT_EQ(Cog::make<Orb::NexthopGroupConfig>("groups")->name(), "groups");
-  EXPECT_EQ(Cog::make<Orb::NexthopGroupStatus>("groupStatus")->name(), "groupStatus");
-}
-
-TEST(PolicyMapGlobalData, SharesTheAclHelper) {
-  auto const helper = Cog::make<PolicyMap::PolicyMapAclHelper>();
-  auto const global = Cog::make<PolicyMap::PolicyMapGlobalData>(PolicyMap::mapTypeFlowspec, helper);
-  EXPECT_EQ(global->aclHelper(), helper);
-  EXPECT_EQ(global->mapType(), PolicyMap::mapTypeFlowspec);
-}
-
 }  // namespace

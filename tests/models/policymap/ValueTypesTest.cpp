@@ -55,19 +55,6 @@ TEST(Dscp, ZeroToSixtyThreeAcceptedAboveRejectedWithFixedText) {
   }
 }
 
-TEST(PolicyMapTypes, FixedNumbersAndTexts) {
-  EXPECT_EQ(PolicyMap::mapTypeFlowspec.value, 4);
-  EXPECT_EQ(static_cast<int>(PolicyMap::ActionType::actionPermit), 4);
-  EXPECT_EQ(static_cast<int>(PolicyMap::ActionType::actionDeny), 5);
-  EXPECT_STREQ(PolicyMap::actionTypeText(PolicyMap::ActionType::actionSetDscp), "set-dscp");
-  EXPECT_STREQ(PolicyMap::actionTypeText(static_cast<PolicyMap::ActionType>(9)), "none");
-  EXPECT_EQ((PolicyMap::PoliceRate{8000, 0}), (PolicyMap::PoliceRate{8000, 0}));
-  EXPECT_FALSE((PolicyMap::PoliceRate{8000, 0}) == (PolicyMap::PoliceRate{8000, 1}));
-  PolicyMap::InstalledStatus failed{PolicyMap::InstalledState::failed, "no TCAM"};
-  EXPECT_FALSE(failed == (PolicyMap::InstalledStatus{PolicyMap::InstalledState::failed, ""}));
-  EXPECT_EQ((PolicyMap::PolicyMapSmKey{"red", PolicyMap::mapTypeFlowspec}).strDesc(), "red/4");
-}
-
 TEST(ResolvedNexthopInfo, TextListsNexthopsInAddressOrder) {
   Pbr::NexthopSet set{"red", {addr("10.0.0.9"), addr("10.0.0.10"), addr("2001:db8::1")}};
   Pbr::ResolvedNexthopInfo const info(set);

@@ -113,6 +113,24 @@ TEST(CogNotification, ReactorDestroyedDuringNotificationIsSkipped) {
   EXPECT_EQ(tree->reactorCount(), 1u);
 }
 
+TEST(CogNotification, ReactorAttachedDuringNotificationHearsOnlyLaterChanges) {
+  auto tree = Cog::make<Tree>();
+  std::vector<std::string> log;
+  Recorder first(tree, &log, "a");
+  std::unique_ptr<Recorder> late;
+  first.onLeaf = [&](int) {
+    if (!late) {
+      late = std::make_unique<Recorder>(tree, &log, "c");
+    }
+  };
+  Recorder second(tree, &log, "b");
+  tree->leafIs(1, "one");
+  EXPECT_EQ(log, (std::vector<std::string>{"a:leaf 1", "b:leaf 1"}));
+  tree->leafIs(2, "two");
+  EXPECT_EQ(log, (std::vector<std::string>{"a:leaf 1", "b:leaf 1", "a:leaf 2", "b:leaf 2",
+                                           "c:leaf 2"}));
+}
+
 TEST(CogNotification, DeletingTheNotifiedEntryFromItsHandler) {
   auto tree = Cog::make<Tree>();
   std::vector<std::string> log;

@@ -90,6 +90,16 @@ FlowspecConfigSm::FlowspecConfigSm(Inputs inputs)
     : in_(std::move(inputs)),
       l3IntfStatus_([this](Nwk::IntfId const& intfId) { handleIntf(intfId); }, "l3IntfStatus"),
       pmapStatus_(nullptr, "pmapStatus") {
+  Cog::requireArgument(in_.flowspecConfig, "flowspecConfig");
+  Cog::requireArgument(in_.l3StatusDir, "l3StatusDir");
+  Cog::requireArgument(in_.vrfIdStatus, "vrfIdStatus");
+  Cog::requireArgument(in_.flowspecCliConfig, "flowspecCliConfig");
+  Cog::requireArgument(in_.pmapTypeStatus, "pmapTypeStatus");
+  Cog::requireArgument(in_.intfConfig, "intfConfig");
+  Cog::requireArgument(in_.pmapTypeConfig, "pmapTypeConfig");
+  Cog::requireArgument(in_.cmapTypeConfig, "cmapTypeConfig");
+  Cog::requireArgument(in_.flowspecStatus, "flowspecStatus");
+  Cog::requireArgument(in_.scheduler, "scheduler");
   reactors_ = std::make_unique<Reactors>(this);
   for (auto const& [name, status] : in_.pmapTypeStatus->pmapStatus()) {
     pmapStatusIs(status);
@@ -117,6 +127,13 @@ void FlowspecConfigSm::pmapStatusDelAll() { pmapStatus_.delAll(); }
 
 void FlowspecConfigSm::pmapStatusIs(Cog::Ptr<PolicyMap::PolicyMapStatus const> const& status) {
   pmapStatus_.is(status->name(), status, this);
+}
+
+void FlowspecConfigSm::aclEntryLimitIs(std::uint64_t limit) {
+  aclEntryLimit_ = limit;
+  for (auto const& [name, sm] : flowspecVrfConfigSm()) {
+    sm->aclEntryLimitIs(limit);
+  }
 }
 
 void FlowspecConfigSm::handleInitialized() {
@@ -177,7 +194,8 @@ void FlowspecConfigSm::handleVrf(VrfId vrfId) {
     flowspecVrfConfigSmIs(newName,
                           FlowspecVrfConfigSm::Inputs{vrfRuleConfig, vrfRuleStatus,
                                                       in_.cmapTypeConfig, policyMapConfig,
-                                                      in_.vrfIdStatus, in_.scheduler});
+                                                      in_.vrfIdStatus, in_.scheduler})
+        ->aclEntryLimitIs(aclEntryLimit_);
     return;
   }
   Cog::String const name = newName.empty() ? oldName : newName;

@@ -55,6 +55,10 @@ class FlowspecConfigSm : public Kiln::KilnBaseOutputSm {
              (orderedSet, Cog::String, counterUpdatePending, CounterUpdatePending),
              (value, bool, initialized, Initialized));
 
+  // The most ACL entries one rule may expand into, for every VRF (default 4096).
+  std::uint64_t aclEntryLimit() const { return aclEntryLimit_; }
+  void aclEntryLimitIs(std::uint64_t limit);
+
   void handleInitialized();
   void handleVrfRuleConfig();
   void handleVrfRuleConfig(VrfId vrfId);
@@ -87,6 +91,7 @@ class FlowspecConfigSm : public Kiln::KilnBaseOutputSm {
   bool intfEnabled(Nwk::IntfId const& intfId) const;
 
   Inputs const in_;
+  std::uint64_t aclEntryLimit_ = kDefaultAclEntryLimit;
 
   Cog::ReactorMap<Nwk::IntfId, L3IntfStatusSm> l3IntfStatus_;
   Cog::ReactorMap<Cog::String, PolicyMapStatusSm> pmapStatus_;

@@ -11,7 +11,9 @@ constexpr Kiln::TaskPriority kTaskPriority{2};
 }  // namespace
 
 // Watches one rule: a changed match or action set queues the rule, a changed redirect target
-// re-indexes it. Rate, traffic action and DSCP marking changes take effect at the next rebuild.
+// re-indexes it. A change of the rate, the traffic action, the DSCP marking or the redirect
+// needs no class-map work, only a rebuild of the policy-map, which reads the actions anew: it
+// arms the rebuild timers as a drained backlog does.
 class FlowspecVrfConfigSm::RuleConfigSm
     : public Cog::BoundReactor<Flowspec::RuleConfig, FlowspecVrfConfigSm> {
  public:
@@ -21,7 +23,13 @@ class FlowspecVrfConfigSm::RuleConfigSm
     owner()->handleRuleConfig(ruleKey());
   }
   void handleActionFieldSet() override { owner()->handleRuleConfig(ruleKey()); }
-  void handleTrafficRedirect() override { owner()->handleRedirectVrfId(ruleKey()); }
+  void handleTrafficRedirect() override {
+    owner()->handleRedirectVrfId(ruleKey());
+    owner()->schedulePolicy();
+  }
+  void handleTrafficRateLimit() override { owner()->schedulePolicy(); }
+  void handleTrafficAction() override { owner()->schedulePolicy(); }
+  void handleTrafficMarkingDscp() override { owner()->schedulePolicy(); }
 };
 
 struct FlowspecVrfConfigSm::Reactors {
@@ -63,6 +71,12 @@ FlowspecVrfConfigSm::FlowspecVrfConfigSm(Cog::String vrfName, Inputs inputs)
     : vrfName_(std::move(vrfName)),
       in_(std::move(inputs)),
       ruleConfig_([this](Flowspec::FlowspecKey const& key) { doCleanupRule(key); }, "ruleConfig") {
+  Cog::requireArgument(in_.vrfRuleConfig, "vrfRuleConfig");
+  Cog::requireArgument(in_.vrfRuleStatus, "vrfRuleStatus");
+  Cog::requireArgument(in_.cmapTypeConfig, "cmapTypeConfig");
+  Cog::requireArgument(in_.policyMapConfig, "policyMapConfig");
+  Cog::requireArgument(in_.vrfIdStatus, "vrfIdStatus");
+  Cog::requireArgument(in_.scheduler, "scheduler");
   reactors_ = std::make_unique<Reactors>(this);
   for (auto const& [key, rule] : in_.vrfRuleConfig->rule()) {
     ruleConfigIs(rule);
@@ -151,9 +165,17 @@ void FlowspecVrfConfigSm::handleRuleTask() {
   TRACE(gTrace, 5, "numProcessed: ", numProcessed, " backlog remaining: ", ruleBacklog().size());
   if (!ruleBacklog().empty()) {
     ruleTask_->scheduleTask();
+    starvationTimerTask_->scheduleTaskLowestDelay(starvationTimerTaskDelay());
   } else {
-    policyTimerTask_->scheduleTaskDelay(policyTimerTaskDelay());
+    schedulePolicy();
   }
+}
+
+void FlowspecVrfConfigSm::schedulePolicy() {
+  if (!initialized()) {
+    return;
+  }
+  policyTimerTask_->scheduleTaskDelay(policyTimerTaskDelay());
   starvationTimerTask_->scheduleTaskLowestDelay(starvationTimerTaskDelay());
 }
 
@@ -162,7 +184,15 @@ void FlowspecVrfConfigSm::processRuleMatchSet(Flowspec::FlowspecKey const& key) 
     return;
   }
   OrbFlowspec::processRuleMatchSet(key, vrfName_, in_.vrfRuleConfig, in_.vrfRuleStatus,
-                                   in_.cmapTypeConfig);
+                                   in_.cmapTypeConfig, aclEntryLimit());
+}
+
+void FlowspecVrfConfigSm::aclEntryLimitIs(std::uint64_t limit) {
+  if (limit == aclEntryLimit_) {
+    return;
+  }
+  aclEntryLimit_ = limit;
+  handleRuleConfig();  // rules refused under the old limit may fit now
 }
 
 void FlowspecVrfConfigSm::doCleanupCmapConfig(Cog::String const& className,

@@ -5,6 +5,7 @@
 
 #include "OrbFlowspec/config/ActionContainer.h"
 #include "OrbFlowspec/config/RedirectVrfId.h"
+#include "OrbFlowspec/translation/ClassMapMatchBuilder.h"
 #include "models/flowspec/Config.h"
 #include "models/flowspec/FlowspecUtil.h"
 #include "models/flowspec/Status.h"
@@ -83,8 +84,13 @@ class FlowspecVrfConfigSm : public Kiln::KilnBaseOutputSm {
   void handleRuleConfig();
   void handleRuleConfig(Flowspec::FlowspecKey const& key);
   void handleRuleTask();
+  // Arms the policy timer (debounce) and the starvation timer (earliest kept): a rebuild soon.
+  void schedulePolicy();
   void handlePolicy();
   void processRuleMatchSet(Flowspec::FlowspecKey const& key);
+  // The most ACL entries one rule may expand into; a rule above it is refused with status 3.
+  std::uint64_t aclEntryLimit() const { return aclEntryLimit_; }
+  void aclEntryLimitIs(std::uint64_t limit);
   void doCleanup();
   void doCleanupRule(Flowspec::FlowspecKey const& key);
   void doCleanupCmapConfig(Cog::String const& className, Cog::String const& reason);
@@ -117,6 +123,7 @@ class FlowspecVrfConfigSm : public Kiln::KilnBaseOutputSm {
 
   Cog::String vrfName_;
   Inputs const in_;
+  std::uint64_t aclEntryLimit_ = kDefaultAclEntryLimit;
   Flowspec::FlowspecUtil flowspecUtil_;
 
   std::unique_ptr<Reactors> reactors_;

@@ -28,6 +28,14 @@ std::uint64_t policeRateBits(float bytesPerSecond) {
   return static_cast<std::uint64_t>(bits);
 }
 
+// The identity of an action in the new policy-map version: the stored action's when it already
+// says what the rule asks, so that it is attached again as it is; a fresh one otherwise, so that
+// the action is built anew and the version in use, which holds the stored one, is never edited.
+template <class A, class Same>
+Kiln::UniqueId actionId(Cog::Ptr<A> const& stored, Same const& same) {
+  return stored && same(*stored) ? stored->id() : Kiln::UniqueId::next();
+}
+
 }  // namespace
 
 void FlowspecVrfConfigSm::updateClassAction(Flowspec::FlowspecKey const& key,
@@ -62,15 +70,19 @@ void FlowspecVrfConfigSm::updateClassAction(Flowspec::FlowspecKey const& key,
   if (actions.police()) {
     TRACE(gTrace, 5, "Adding police action rate ", ruleConfig->trafficRateLimit());
     PolicyMap::PoliceRate const rate{policeRateBits(ruleConfig->trafficRateLimit()), 0};
-    classAction->policyActionIs(container->policeActionIs(className, container->id(), rate));
+    auto const id = actionId(container->policeAction(),
+                             [&](PolicyMap::PoliceAction const& police) { return police.rate() == rate; });
+    classAction->policyActionIs(container->policeActionIs(className, id, rate));
   } else {
     container->policeActionDel();
   }
   if (actions.dscp()) {
     std::uint8_t const dscp = ruleConfig->trafficMarkingDscp().value();
     if (dscp < 64) {
-      auto const action =
-          container->setDscpActionIs(className, container->id(), PolicyMap::Dscp(dscp));
+      PolicyMap::Dscp const value(dscp);
+      auto const id = actionId(container->setDscpAction(),
+                               [&](PolicyMap::SetDscpAction const& set) { return set.dscp() == value; });
+      auto const action = container->setDscpActionIs(className, id, value);
       TRACE(gTrace, 5, "Adding dscp action with value ", dscp);
       classAction->policyActionIs(action);
     } else {
@@ -103,12 +115,6 @@ void FlowspecVrfConfigSm::addRedirectAction(Flowspec::RuleConfig const& rule,
     container.redirectActionDel();
     return;
   }
-  auto const redirect =
-      container.redirectActionIs(className, container.id(), Pbr::PbrActionType::pbrActionForward);
-  redirect->vrfNameIs(*vrfName);
-  redirect->recursiveIs(true);
-  redirect->allowResolutionByDefaultIs(true);
-  redirect->allowResolutionOverTunnelIs(true);
   Nwk::AddressFamily const af = rule.key().af();
   Nwk::IpGenAddr address = rule.trafficRedirect().address;
   if (address.isZero()) {
@@ -117,6 +123,16 @@ void FlowspecVrfConfigSm::addRedirectAction(Flowspec::RuleConfig const& rule,
   } else {
     TRACE(gTrace, 5, "Using ruleConfig redirect address");
   }
+  auto const id = actionId(container.redirectAction(), [&](Pbr::PbrFwdAction const& stored) {
+    return stored.vrfName() == *vrfName && stored.nexthop().size() == 1 &&
+           stored.nexthop().contains(address);
+  });
+  auto const redirect =
+      container.redirectActionIs(className, id, Pbr::PbrActionType::pbrActionForward);
+  redirect->vrfNameIs(*vrfName);
+  redirect->recursiveIs(true);
+  redirect->allowResolutionByDefaultIs(true);
+  redirect->allowResolutionOverTunnelIs(true);
   TRACE(gTrace, 5, "Adding redirect to <vrf,ip>: <", entry.name, ",", address, "> action");
   redirect->nexthopIs(address, true);
   classAction.policyActionIs(redirect);

@@ -5,12 +5,16 @@
 #include "OrbFlowspec/digestion/BitMaskGroup.h"
 #include "OrbFlowspec/digestion/NumericalRangeGroup.h"
 #include "platform/cog/Assert.h"
+#include "platform/cog/Errors.h"
 #include "platform/trace/Trace.h"
 
 namespace OrbFlowspec {
 
 namespace {
 Trace::Handle gTrace("FlowspecRuleSetSm");
+// The infeasible type of a rule whose pair has no type to report (type 0 would read as
+// success): 16, past every type a key can carry.
+constexpr Flowspec::MatchCompType kNoPairMeaning = static_cast<Flowspec::MatchCompType>(16);
 }  // namespace
 
 using Flowspec::MatchCompType;
@@ -30,9 +34,10 @@ Cog::Ptr<RuleSetSm> ruleSetSmFactory(Cog::Ptr<Kiln::TaskScheduler> scheduler,
 
 RuleSetSm::RuleSetSm(Cog::Ptr<Kiln::TaskScheduler> scheduler,
                      Cog::Ptr<Flowspec::RuleSet const> ruleSet, Cog::Ptr<Flowspec::Config> config)
-    : WalkSmBase(std::move(scheduler), Kiln::TaskPriority{2}, "RuleSetSm"),
+    : WalkSmBase(Cog::requireArgument(scheduler, "scheduler"), Kiln::TaskPriority{2}, "RuleSetSm"),
       ruleSet_(std::move(ruleSet)),
       config_(std::move(config)) {
+  Cog::requireArgument(config_, "config");
   if (ruleSet_) {
     ruleSetReactor_ = std::make_unique<RuleSetReactor>(ruleSet_, this);
   }
@@ -54,7 +59,7 @@ void RuleSetSm::handleRule() {
 }
 
 void RuleSetSm::handleRule(Flowspec::FlowspecTidalKey const& tidalKey) {
-  if (!initialized()) {
+  if (!initialized() || !ruleSet_) {
     return;
   }
   Flowspec::Rule const rule = ruleSet_->rule(tidalKey);
@@ -75,7 +80,18 @@ void RuleSetSm::handleRule(Flowspec::FlowspecTidalKey const& tidalKey) {
   vrfRuleConfig = config_->vrfRuleConfigIs(vrfId);
   auto const ruleConfig = vrfRuleConfig->ruleIs(key);
   ruleConfig->ruleIdIs(rule.ruleId);
-  MatchCompType const status = digestFlowspecRule(ruleConfig, rule);
+  MatchCompType status;
+  try {
+    status = digestFlowspecRule(ruleConfig, rule);
+  } catch (Cog::Error const& error) {
+    // A key the framework refuses half way (a 2048-pair key runs its index past the bound at
+    // its last run): the rule must not stay half written, or its partial match set would
+    // install a class that matches more than the rule.
+    TRACE(gTrace, 0, "key ", key, ": ", error.what());
+    std::size_t const count = key.opValCount();
+    status = count == 0 ? kNoPairMeaning
+                        : Flowspec::OpVal::unpack(key.opVals().data()[count - 1]).type;
+  }
   if (status != MatchCompType::none) {
     auto const infeasible = vrfRuleConfig->infeasibleRuleIs(key);
     infeasible->matchCompTypeIs(status);
@@ -90,12 +106,11 @@ MatchCompType RuleSetSm::digestFlowspecRule(Cog::Ptr<Flowspec::RuleConfig> const
                                             Flowspec::Rule const& rule) {
   Flowspec::FlowspecKey const& key = ruleConfig->key();
   // A raw key may carry pairs of types that have no operator/value meaning: the rule is
-  // infeasible with that type (type 0, which would read as success, is reported as 16, past
-  // every type a key can carry).
+  // infeasible with that type.
   for (auto const& pair : key.opVals()) {
     if (!Flowspec::isNumericalRangeType(pair.type) && !Flowspec::isBitMaskType(pair.type)) {
       TRACE(gTrace, 3, "key ", key, " has a pair of component type ", pair.type);
-      return pair.type == MatchCompType::none ? static_cast<MatchCompType>(16) : pair.type;
+      return pair.type == MatchCompType::none ? kNoPairMeaning : pair.type;
     }
   }
   std::size_t const count = key.opValCount();
@@ -214,6 +229,10 @@ bool RuleSetSm::digestMatchComponent(Cog::Ptr<Flowspec::RuleConfig> const& ruleC
 
 Kiln::WalkRet RuleSetSm::walk() {
   TRACE(gTrace, 5, "walk");
+  if (!ruleSet_) {
+    fullWalkDoneIs(true);
+    return Kiln::WalkRet{false, 0};
+  }
   std::optional<Flowspec::FlowspecTidalKey> key =
       ruleBookmark().isEmpty() ? ruleSet_->firstKey() : ruleSet_->firstKeyAtOrAfter(ruleBookmark());
   std::uint32_t processed = 0;

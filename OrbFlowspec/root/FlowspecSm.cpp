@@ -1,5 +1,6 @@
 #include "OrbFlowspec/root/FlowspecSm.h"
 
+#include "platform/cog/Errors.h"
 #include "platform/trace/Trace.h"
 
 namespace OrbFlowspec {
@@ -29,6 +30,11 @@ FlowspecSm::FlowspecSm(Cog::Ptr<FlowspecMounts> flowspecMounts,
       scheduler_(std::move(scheduler)),
       timerWheel_(std::move(timerWheel)),
       ocsd_(std::move(ocsd)) {
+  Cog::requireArgument(flowspecMounts_, "flowspecMounts");
+  Cog::requireArgument(aclHelper_, "aclHelper");
+  Cog::requireArgument(scheduler_, "scheduler");
+  Cog::requireArgument(timerWheel_, "timerWheel");
+  Cog::requireArgument(ocsd_, "ocsd");
   handleInitialized();
 }
 

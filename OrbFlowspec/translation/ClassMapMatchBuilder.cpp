@@ -2,6 +2,7 @@
 
 #include <queue>
 
+#include "OrbFlowspec/translation/AclEntryCount.h"
 #include "OrbFlowspec/translation/BitMaskExpansion.h"
 #include "OrbFlowspec/translation/PrefixExpansion.h"
 #include "OrbFlowspec/translation/NumericalRangeExpansion.h"
@@ -92,7 +93,8 @@ void doCleanupCmapConfig(Cog::String const& vrfName,
 void processRuleMatchSet(Flowspec::FlowspecKey const& key, Cog::String const& vrfName,
                          Cog::Ptr<Flowspec::VrfRuleConfig const> const& vrfRuleConfig,
                          Cog::Ptr<Flowspec::VrfRuleStatus> const& vrfRuleStatus,
-                         Cog::Ptr<PolicyMap::ClassMapTypeConfig> const& cmapTypeConfig) {
+                         Cog::Ptr<PolicyMap::ClassMapTypeConfig> const& cmapTypeConfig,
+                         std::uint64_t aclEntryLimit) {
   Cog::String const className = key.stringValue();
   auto const rule = vrfRuleConfig->rule(key);
   if (!rule) {
@@ -110,6 +112,17 @@ void processRuleMatchSet(Flowspec::FlowspecKey const& key, Cog::String const& vr
   }
   TRACE(gTrace, 5, "className ", className, " is being processed");
   auto const ruleStatus = vrfRuleStatus->ruleStatusIs(key);
+  Flowspec::FlowspecUtil const util;
+  // Refused before any work: one rule could otherwise expand into millions of entries, hold
+  // the task for minutes and exhaust memory, and no TCAM bank would hold it anyway.
+  if (std::uint64_t const count = aclEntryCount(*rule); count > aclEntryLimit) {
+    std::string const why = "too many ACL entries (" + std::to_string(count) + " > " +
+                            std::to_string(aclEntryLimit) + ")";
+    TRACE(gTrace, 2, "className ", className, " refused: ", why);
+    ruleStatus->statusCodeIs(Flowspec::HwRuleProgrammingStatus::hwStatusUnsupportedMatch);
+    ruleStatus->errorReasonIs(util.statusCodeToStrep(ruleStatus->statusCode()) + " - " + why);
+    return;
+  }
   auto const cmap = cmapTypeConfig->cmapInputIs(className);
   cmap->userIs(vrfName);
   cmapTypeConfig->cmapIs(cmap);
@@ -130,7 +143,6 @@ void processRuleMatchSet(Flowspec::FlowspecKey const& key, Cog::String const& vr
   }
   if (result != MatchCompType::none) {
     doCleanupCmapConfig(vrfName, cmapTypeConfig, className, "unsupported or infeasible matchSet");
-    Flowspec::FlowspecUtil const util;
     ruleStatus->statusCodeIs(Flowspec::HwRuleProgrammingStatus::hwStatusUnsupportedMatch);
     ruleStatus->errorReasonIs(util.statusCodeToStrep(ruleStatus->statusCode()) + " - " +
                               util.compTypeToDetailLabel(result));

@@ -22,14 +22,19 @@ void addClassMapRule(std::uint32_t seq, Acl::IpFilter const& filter,
 void addClassMapRule(std::uint32_t seq, Acl::Ip6Filter const& filter,
                      Cog::Ptr<PolicyMap::ClassMapMatch> const& match);
 
+// The most ACL entries one rule may expand into unless configured otherwise: a typical TCAM
+// bank.
+inline constexpr std::uint64_t kDefaultAclEntryLimit = 4096;
+
 // Builds the class-map of one rule of a VRF, named by the rule key's text, or, when the match
-// cannot be expressed, removes it and gives the rule status 3 with the reason. A removed rule
-// loses its class-map and status; a published class-map is never rebuilt (a changed match is
-// a new key).
+// cannot be expressed or would need more than `aclEntryLimit` ACL entries, removes it and gives
+// the rule status 3 with the reason. A removed rule loses its class-map and status; a published
+// class-map is never rebuilt (a changed match is a new key).
 void processRuleMatchSet(Flowspec::FlowspecKey const& key, Cog::String const& vrfName,
                          Cog::Ptr<Flowspec::VrfRuleConfig const> const& vrfRuleConfig,
                          Cog::Ptr<Flowspec::VrfRuleStatus> const& vrfRuleStatus,
-                         Cog::Ptr<PolicyMap::ClassMapTypeConfig> const& cmapTypeConfig);
+                         Cog::Ptr<PolicyMap::ClassMapTypeConfig> const& cmapTypeConfig,
+                         std::uint64_t aclEntryLimit);
 
 // Removes a class-map, published and input, tracing why.
 void doCleanupCmapConfig(Cog::String const& vrfName,

@@ -34,6 +34,15 @@ class NullArgumentError : public Error {
       : Error("Null " + attribute + " not allowed") {}
 };
 
+// Throws the null-argument error naming `attribute` when a required argument is null.
+template <class P>
+P const& requireArgument(P const& pointer, char const* attribute) {
+  if (!pointer) {
+    throw NullArgumentError(attribute);
+  }
+  return pointer;
+}
+
 // A bounded array met a count above its bound.
 class SizeError : public Error {
  public:

@@ -1,6 +1,8 @@
 // The walk at start: resumable, interleaved with notifications, and robust to refused keys.
 #include <gtest/gtest.h>
 
+#include "platform/cog/Errors.h"
+
 #include <random>
 
 #include "OrbFlowspec/digestion/RuleSetSm.h"
@@ -138,12 +140,33 @@ TEST(RuleSetWalk, RefusedKeysAreTracedAndTheOthersDigested) {
   auto walker = OrbFlowspec::ruleSetSmFactory(scheduler, ruleSet, config);
   scheduler->runUntilIdle();
   EXPECT_TRUE(capture->contains(
-      "MatchOpValIndex::value < MatchOpValIndex::min or > MatchOpValIndex::max not allowed"));
+      "key " + full.stringValue() +
+      ": MatchOpValIndex::value < MatchOpValIndex::min or > MatchOpValIndex::max not allowed"));
   EXPECT_TRUE(capture->contains("FlowspecTidalKey::af not ipv4 or ipv6 not allowed"));
+  // The refused key ends infeasible with the type of its last run, never half digested.
+  EXPECT_FALSE(config->vrfRuleConfig(1)->rule(full));
+  ASSERT_TRUE(config->vrfRuleConfig(1)->infeasibleRule(full));
+  EXPECT_EQ(config->vrfRuleConfig(1)->infeasibleRule(full)->matchCompType(),
+            Flowspec::MatchCompType::destinationPort);
   Flowspec::FlowspecKey good;
   good.copyInStringValue("ipv4 dport =443");
   EXPECT_TRUE(config->vrfRuleConfig(1)->rule(good));
   EXPECT_TRUE(walker->fullWalkDone());
+}
+
+TEST(RuleSetWalk, WithoutATableWatchesNothingAndNeedsItsOutputs) {
+  auto scheduler = Kiln::simulatedTaskSchedulerFactory();
+  auto config = Cog::make<Flowspec::Config>();
+  auto walker = OrbFlowspec::ruleSetSmFactory(scheduler, nullptr, config);
+  scheduler->runUntilIdle();
+  EXPECT_TRUE(walker->fullWalkDone());
+  EXPECT_TRUE(config->vrfRuleConfig().empty());
+  try {
+    OrbFlowspec::ruleSetSmFactory(scheduler, Cog::make<Flowspec::RuleSet>(), nullptr);
+    FAIL() << "a walker without its configuration was made";
+  } catch (Cog::NullArgumentError const& error) {
+    EXPECT_STREQ(error.what(), "Null config not allowed");
+  }
 }
 
 TEST(RuleSetWalk, CorruptEntryReadsAsWithdrawn) {

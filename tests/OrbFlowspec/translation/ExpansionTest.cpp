@@ -128,7 +128,8 @@ class ClassMapBuilding : public ::testing::Test {
     return key;
   }
   void process(Flowspec::FlowspecKey const& key) {
-    OrbFlowspec::processRuleMatchSet(key, "red", vrfRuleConfig, vrfRuleStatus, cmapTypeConfig);
+    OrbFlowspec::processRuleMatchSet(key, "red", vrfRuleConfig, vrfRuleStatus, cmapTypeConfig,
+                                     aclEntryLimit);
   }
   std::size_t entries(std::string const& className) {
     auto const cmap = cmapTypeConfig->cmap(className);
@@ -145,6 +146,7 @@ class ClassMapBuilding : public ::testing::Test {
 
   Cog::Ptr<Flowspec::VrfRuleConfig> vrfRuleConfig = Cog::make<Flowspec::VrfRuleConfig>(5);
   Cog::Ptr<Flowspec::VrfRuleStatus> vrfRuleStatus = Cog::make<Flowspec::VrfRuleStatus>(5);
+  std::uint64_t aclEntryLimit = OrbFlowspec::kDefaultAclEntryLimit;
   Cog::Ptr<PolicyMap::ClassMapTypeConfig> cmapTypeConfig =
       Cog::make<PolicyMap::ClassMapTypeConfig>("Flowspec");
 };
@@ -190,6 +192,35 @@ TEST_F(ClassMapBuilding, ProcessedRulesAreSkippedAndDeletedRulesCleanedUp) {
   EXPECT_TRUE(capture->contains("flowspec rule was removed from red"));
   EXPECT_FALSE(cmapTypeConfig->cmap("ipv4 dport =80"));
   EXPECT_FALSE(vrfRuleStatus->ruleStatus(key));
+}
+
+TEST_F(ClassMapBuilding, RuleAboveTheEntryLimitIsRefusedBeforeAnyExpansion) {
+  // 256 ICMP types x 256 codes x 64 DSCP values: 4.2 million entries, counted, never built.
+  auto const huge = ruleIs("ipv4 icmp-type >=0 icmp-code >=0 dscp >=0");
+  auto rule = vrfRuleConfig->rule(huge);
+  rule->matchSetIs(ranges(MatchCompType::icmpType, {{0, 255}}));
+  rule->matchSetIs(ranges(MatchCompType::icmpCode, {{0, 255}}));
+  rule->matchSetIs(ranges(MatchCompType::dscp, {{0, 63}}));
+  Trace::ScopedTextLevel level("FlowspecClassMapMatch", 2);
+  Trace::ScopedCapture capture;
+  process(huge);
+  EXPECT_FALSE(cmapTypeConfig->cmapInput(huge.stringValue()));
+  auto const status = vrfRuleStatus->ruleStatus(huge);
+  EXPECT_EQ(status->statusCode(), Flowspec::HwRuleProgrammingStatus::hwStatusUnsupportedMatch);
+  EXPECT_EQ(status->errorReason(), "unsupported match - too many ACL entries (4194304 > 4096)");
+  EXPECT_TRUE(capture->contains("className ipv4 icmp-type >=0 icmp-code >=0 dscp >=0 refused: "
+                                "too many ACL entries (4194304 > 4096)"));
+
+  // At the limit the rule is built, and the count is what the expansion makes: protocol ranges
+  // as value/mask pairs, a port range on both sides.
+  auto const atLimit = ruleIs("ipv4 proto >=6&<=17 port >=1&<=2 dscp >=0");
+  rule = vrfRuleConfig->rule(atLimit);
+  rule->matchSetIs(ranges(MatchCompType::ipProtocol, {{6, 17}}));
+  rule->matchSetIs(ranges(MatchCompType::port, {{1, 2}}));
+  rule->matchSetIs(ranges(MatchCompType::dscp, {{0, 63}}));
+  aclEntryLimit = 3 * 2 * 64;
+  process(atLimit);
+  EXPECT_EQ(entries(atLimit.stringValue()), 384u);
 }
 
 }  // namespace

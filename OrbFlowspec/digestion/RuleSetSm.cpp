@@ -105,6 +105,12 @@ void RuleSetSm::handleRule(Flowspec::FlowspecTidalKey const& tidalKey) {
 MatchCompType RuleSetSm::digestFlowspecRule(Cog::Ptr<Flowspec::RuleConfig> const& ruleConfig,
                                             Flowspec::Rule const& rule) {
   Flowspec::FlowspecKey const& key = ruleConfig->key();
+  // RFC 8955 wants each component once, in ascending type; digesting a repeated run would
+  // silently replace the first, so such a key is infeasible with the repeated type.
+  if (auto const type = key.outOfOrderComponent()) {
+    TRACE(gTrace, 3, "key ", key, " repeats or reorders component type ", *type);
+    return *type == MatchCompType::none ? kNoPairMeaning : *type;
+  }
   // A raw key may carry pairs of types that have no operator/value meaning: the rule is
   // infeasible with that type.
   for (auto const& pair : key.opVals()) {

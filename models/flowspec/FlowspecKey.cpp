@@ -302,4 +302,29 @@ bool FlowspecKey::operator<(FlowspecKey const& other) const {
   return opVals_ < other.opVals_;
 }
 
+std::optional<MatchCompType> FlowspecKey::outOfOrderComponent() const {
+  int last = 0;  // below every type: a run of type 0 still ascends from here
+  bool any = false;
+  auto const next = [&](MatchCompType type) {
+    int const t = static_cast<int>(type);
+    bool const ok = !any || t > last;
+    any = true;
+    last = t;
+    return ok;
+  };
+  if (!destinationPrefix_.isEmpty()) {
+    next(MatchCompType::destinationPrefix);
+  }
+  if (!sourcePrefix_.isEmpty() && !next(MatchCompType::sourcePrefix)) {
+    return MatchCompType::sourcePrefix;
+  }
+  for (std::size_t i = 0; i < opVals_.size(); ++i) {
+    MatchCompType const type = opVals_[i].type;
+    if ((i == 0 || opVals_[i - 1].type != type) && !next(type)) {
+      return type;
+    }
+  }
+  return std::nullopt;
+}
+
 }  // namespace Flowspec

@@ -76,6 +76,12 @@ class FlowspecKey {
   // The pair at `index`; type none, op 0, value 0 and next 0 when the key has no such pair.
   MatchOpValResult getOptVal(MatchOpValIndex index) const;
 
+  // The first component out of RFC 8955's order, which wants every component at most once and
+  // in ascending type (the prefixes as types 1 and 2, then the pair runs): its type, or nullopt
+  // for a well-formed key. A routing process may still publish such a key; its text then
+  // starts with "raw" after the family.
+  std::optional<MatchCompType> outOfOrderComponent() const;
+
   std::size_t hash() const;
   bool operator==(FlowspecKey const&) const = default;
   bool operator<(FlowspecKey const& other) const;

@@ -78,6 +78,9 @@ std::string pairText(FlowspecKey::OpVal const& pair, bool lastOfRun) {
 
 std::string FlowspecKey::stringValue() const {
   std::string out = af_ == Nwk::AddressFamily::ipv6 ? "ipv6" : "ipv4";
+  if (outOfOrderComponent()) {
+    out += " raw";
+  }
   if (!destinationPrefix_.isEmpty()) {
     out += " dst " + destinationPrefix_.toStrep();
   }
@@ -158,14 +161,33 @@ class Parser {
       fail(familyPos, "expected ipv4 or ipv6");
     }
     FlowspecKey key(family == "ipv4" ? Nwk::AddressFamily::ipv4 : Nwk::AddressFamily::ipv6);
+    skipBlanks();
+    std::size_t const rawPos = pos_;
+    bool const raw = word() == "raw";
+    if (!raw) {
+      pos_ = rawPos;
+    }
+    int lastType = -1;
     for (skipBlanks(); !atEnd(); skipBlanks()) {
       std::size_t const namePos = pos_;
       std::string_view const name = word();
+      MatchCompType type;
       if (name == "dst" || name == "src") {
+        type = name == "dst" ? MatchCompType::destinationPrefix : MatchCompType::sourcePrefix;
         parsePrefix(key, name == "dst", namePos);
       } else {
-        parseList(key, typeOf(name, namePos), name);
+        type = typeOf(name, namePos);
+        parseList(key, type, name);
       }
+      if (!raw && static_cast<int>(type) <= lastType) {
+        fail(namePos, "'" + std::string(name) +
+                          "' repeats a component or follows a later one (each component once, "
+                          "in ascending type)");
+      }
+      lastType = static_cast<int>(type);
+    }
+    if (raw && !key.outOfOrderComponent()) {
+      fail(rawPos, "'raw' marks a key whose components are out of order, and these are not");
     }
     return key;
   }

@@ -276,6 +276,8 @@ TEST_F(DigestionTest, KnownCases) {
   EXPECT_EQ(digest("ipv4 tcp-flags #0x81:0x200"), "infeasible 9");
   EXPECT_EQ(digest("ipv4 dst 10.0.0.0/8 src 192.0.2.0/24"), "dst 10.0.0.0/8; src 192.0.2.0/24");
   EXPECT_EQ(digest("ipv4 type14 #0x81:5"), "infeasible 14");
+  // A repeated component would replace the first one's match: infeasible, never port 443 alone.
+  EXPECT_EQ(digest("ipv4 raw dport =80 sport =1 dport =443"), "infeasible 5");
 }
 
 TEST_F(DigestionTest, ClampingIsTraced) {

@@ -51,7 +51,9 @@ TEST(FlowspecKeyText, CanonicalFormsRoundTrip) {
            "ipv4 dport #0x89:80",            // a reserved bit
            "ipv4 tcp-flags #0x85:syn",       // a reserved bitmask bit: raw, flags by name
            "ipv4 type0 #0x81:5 type1 #0x81:6 type2 #0x81:7 type14 #0x81:8 type15 #0x81:9",
-           "ipv4 dport =80 sport =1 dport =2",  // runs that are not contiguous stay apart
+           // Out of order, as a routing process could publish it: marked raw, runs kept apart.
+           "ipv4 raw dport =80 sport =1 dport =2",
+           "ipv4 raw dst 10.0.0.0/8 type1 #0x81:6",
        }) {
     EXPECT_EQ(key(text).stringValue(), text);
   }
@@ -63,11 +65,12 @@ TEST(FlowspecKeyText, AcceptsProtocolNamesAndBlanksButPrintsCanonically) {
   EXPECT_EQ(key("ipv6 proto =icmpv6").stringValue(), "ipv6 proto =58");
   EXPECT_EQ(key("  ipv4   dport  =80 ").stringValue(), "ipv4 dport =80");
   // Two runs of one type written apart but adjacent in the list are one run of the key.
-  EXPECT_EQ(key("ipv4 dport =80 dport =443").stringValue(), "ipv4 dport #0x81:80|=443");
+  EXPECT_EQ(key("ipv4 raw dport =80 sport =1 dport =443 dport =8").stringValue(),
+            "ipv4 raw dport =80 sport =1 dport #0x91:443|=8");
 }
 
 TEST(FlowspecKeyText, CompactPairsImplyTheCanonicalOperatorByte) {
-  auto const k = key("ipv4 dport >=1024&<=2048|=80 flow-label =70000 tcp-flags !=syn");
+  auto const k = key("ipv4 raw dport >=1024&<=2048|=80 flow-label =70000 tcp-flags !=syn");
   std::vector<Flowspec::OpVal> const expected = {
       {MatchCompType::destinationPort, 0x13, 1024},  // 2 octets, gt+eq
       {MatchCompType::destinationPort, 0x55, 2048},  // AND, 2 octets, lt+eq
@@ -108,6 +111,18 @@ TEST(FlowspecKeyText, ErrorsNameThePosition) {
       {"ipv4 dst 2001:db8::/32", "position 9: the prefix is not of the key's address family"},
       {"ipv4 src 10.0.0.0/8 src 11.0.0.0/8", "position 20: a second source prefix"},
       {"ipv4 dport =80 =81", "position 15: unknown component '=81'"},
+      // RFC 8955 wants each component once, in ascending type; "raw" alone opts out.
+      {"ipv4 dport =80 dport =443",
+       "position 15: 'dport' repeats a component or follows a later one (each component once, in "
+       "ascending type)"},
+      {"ipv4 dport =80 sport =1 dport =443",
+       "position 24: 'dport' repeats a component or follows a later one (each component once, in "
+       "ascending type)"},
+      {"ipv4 src 10.0.0.0/8 dst 11.0.0.0/8",
+       "position 20: 'dst' repeats a component or follows a later one (each component once, in "
+       "ascending type)"},
+      {"ipv4 raw dport =80 sport =1",
+       "position 5: 'raw' marks a key whose components are out of order, and these are not"},
       {"ipv4 dport #0x41:80", "position 11: the AND bit of the operator disagrees with the separator"},
       {"ipv4 dport =1|#0xc1:80", "position 14: the AND bit of the operator disagrees with the separator"},
       {"ipv4 dport #0x:80", "position 11: expected '#0xHH:' with the operator byte in hexadecimal"},
@@ -251,7 +266,7 @@ TEST(FlowspecKeyHash, MixesEveryPartIntoTheLowBits) {
                             "ipv4 dst 10.0.0.0/8 src 11.0.0.0/16 dport =80",
                             "ipv4 dst 10.0.0.0/8 src 11.0.0.0/8 dport =81",
                             "ipv4 dst 10.0.0.0/8 src 11.0.0.0/8 sport =80",
-                            "ipv4 src 10.0.0.0/8 dst 11.0.0.0/8 dport =80"}) {
+                            "ipv4 dst 11.0.0.0/8 src 10.0.0.0/8 dport =80"}) {
     EXPECT_NE(key(other).hash(), base.hash()) << other;
   }
   EXPECT_NE(key("ipv4").hash(), key("ipv6").hash());

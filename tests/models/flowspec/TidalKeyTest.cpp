@@ -32,7 +32,8 @@ TEST(FlowspecTidalKey, PacksTypeOperatorAndValueIntoOneWord) {
   EXPECT_EQ(FlowspecTidalKey::pack(MatchCompType::destinationPort, 0x91, 443), 0x591001bbu);
   EXPECT_EQ(FlowspecTidalKey::pack(MatchCompType::flowLabel, 0xa1, 0xFFFFF), 0xda1fffffu);
   EXPECT_EQ(FlowspecTidalKey::pack(static_cast<MatchCompType>(15), 0xff, 0), 0xfff00000u);
-  auto const k = key("ipv6 dst 2001:db8::/32 src 2001:db8:1::/48 flow-label =1048575 dport &=80");
+  auto const k =
+      key("ipv6 raw dst 2001:db8::/32 src 2001:db8:1::/48 flow-label =1048575 dport &=80");
   FlowspecTidalKey const tidal(7, k);
   EXPECT_EQ(tidal.vrfId(), 7u);
   EXPECT_EQ(tidal.af(), 2);
@@ -110,7 +111,7 @@ TEST(FlowspecTidalKey, AnyWordIsAPairOfSomeKey) {
   FlowspecTidalKey const tidal(2, 1, {}, {}, words, 4);
   auto const k = tidal.getFlowspecKey();
   EXPECT_EQ(k.stringValue(),
-            "ipv4 type0 #0x00:0 type15 &#0xff:1048575 type1 #0x00:1 type2 &#0xff:1048575");
+            "ipv4 raw type0 #0x00:0 type15 &#0xff:1048575 type1 #0x00:1 type2 &#0xff:1048575");
   EXPECT_EQ(key(k.stringValue()), k);
   EXPECT_EQ(FlowspecTidalKey(2, k), tidal);
 }

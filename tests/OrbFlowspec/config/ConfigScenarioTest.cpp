@@ -327,4 +327,95 @@ TEST_F(ConfigScenario, ActionContainersFollowTheRulesAcrossRebuildsAndRestarts) 
   EXPECT_NE(again, deny);
 }
 
+TEST_F(ConfigScenario, RedirectAddressChangeBuildsANewActionAndLeavesTheLiveOneAlone) {
+  stack.vrfIs(7, "scrubbing");
+  stack.start();
+  Flowspec::TrafficRedirect redirect;
+  redirect.vrfId = 7;
+  redirect.address = *Nwk::IpGenAddr::parse("10.0.0.1");
+  stack.ruleIs(5, "ipv4 dport =80", 1, ActionFieldSet(ActionFieldSet::kRedirect), redirect);
+  stack.settle();
+  auto const before = policy("red")->currCfg();
+  auto const old = Cog::ptrDynamicCast<Pbr::PbrFwdAction const>(
+      before->classAction("ipv4 dport =80")->policyAction(PolicyMap::ActionType::actionPbrForward));
+  ASSERT_TRUE(old);
+
+  redirect.address = *Nwk::IpGenAddr::parse("10.0.0.2");
+  stack.ruleIs(5, "ipv4 dport =80", 1, ActionFieldSet(ActionFieldSet::kRedirect), redirect);
+  stack.runUntilIdle();
+  // Until the rebuild the version in use still forwards to the old next hop only.
+  EXPECT_EQ(policy("red")->currCfg(), before);
+  EXPECT_EQ(old->nexthop().size(), 1u);
+  EXPECT_TRUE(old->nexthop().contains(*Nwk::IpGenAddr::parse("10.0.0.1")));
+  stack.runFor(0.05);
+  auto const now = Cog::ptrDynamicCast<Pbr::PbrFwdAction const>(
+      policy("red")->currCfg()->classAction("ipv4 dport =80")->policyAction(
+          PolicyMap::ActionType::actionPbrForward));
+  ASSERT_TRUE(now);
+  EXPECT_NE(now->id(), old->id());
+  EXPECT_EQ(now->nexthop().size(), 1u);
+  EXPECT_TRUE(now->nexthop().contains(*Nwk::IpGenAddr::parse("10.0.0.2")));
+  EXPECT_TRUE(old->nexthop().contains(*Nwk::IpGenAddr::parse("10.0.0.1")));
+  EXPECT_EQ(old->nexthop().size(), 1u);
+}
+
+TEST_F(ConfigScenario, RateLimitReannouncedAsDropIsDroppedAfterTheDebounce) {
+  stack.start();
+  Flowspec::Rule rule;
+  Flowspec::FlowspecKey key;
+  key.copyInStringValue("ipv4 proto =17");
+  rule.key = Flowspec::FlowspecTidalKey(5, key);
+  rule.actionFieldSet = ActionFieldSet(ActionFieldSet::kPolice);
+  rule.trafficRateLimit = 1000.0f;
+  stack.ruleIs(rule);
+  stack.settle();
+  auto const police = [&] {
+    auto const action = policy("red")->currCfg()->classAction("ipv4 proto =17")->policyAction(
+        PolicyMap::ActionType::actionPolice);
+    auto const p = Cog::ptrDynamicCast<PolicyMap::PoliceAction const>(action);
+    return p ? p->rate().rate : 0u;
+  };
+  ASSERT_EQ(police(), 8000u);
+
+  rule.trafficRateLimit = 0.0f;  // the routing process's "discard": rate 0
+  stack.ruleIs(rule);
+  stack.runFor(0.0499);
+  EXPECT_EQ(police(), 8000u);
+  stack.runFor(0.0001);
+  EXPECT_EQ(police(), 0u);
+}
+
+TEST_F(ConfigScenario, RuleAboveTheEntryLimitIsRefusedAndTheOthersInstalled) {
+  stack.start();
+  stack.ruleIs(5, "ipv4 icmp-type >=0 icmp-code >=0 dscp >=0");
+  stack.ruleIs(5, "ipv4 dport =80");
+  stack.settle();
+  EXPECT_TRUE(stack.root->policyMapConfig()->cmapType("Flowspec")->cmap("ipv4 dport =80"));
+  Flowspec::FlowspecKey huge;
+  huge.copyInStringValue("ipv4 icmp-type >=0 icmp-code >=0 dscp >=0");
+  auto const status = stack.status->vrfRuleStatus(5)->ruleStatus(huge);
+  ASSERT_TRUE(status);
+  EXPECT_EQ(status->errorReason(), "unsupported match - too many ACL entries (4194304 > 4096)");
+  EXPECT_EQ(policy("red")->currCfg()->classPrio().size(), 2u);
+
+  stack.root->flowspecConfigSm()->aclEntryLimitIs(1);  // what is built stays
+  stack.settle();
+  EXPECT_TRUE(stack.root->policyMapConfig()->cmapType("Flowspec")->cmap("ipv4 dport =80"));
+}
+
+TEST_F(ConfigScenario, PerVrfStateMachineNeedsEveryInput) {
+  stack.start();
+  auto const& mounts = *stack.records.mounts;
+  try {
+    OrbFlowspec::flowspecVrfConfigSmFactory(
+        "red", mounts.flowspecConfig()->vrfRuleConfigIs(9), nullptr,
+        stack.root->policyMapConfig()->cmapType("Flowspec"),
+        Cog::make<PolicyMap::PolicyMapConfig>("red", PolicyMap::mapTypeFlowspec),
+        mounts.vrfIdStatus(), stack.scheduler);
+    FAIL() << "made without its rule status";
+  } catch (Cog::NullArgumentError const& error) {
+    EXPECT_STREQ(error.what(), "Null vrfRuleStatus not allowed");
+  }
+}
+
 }  // namespace

@@ -60,10 +60,6 @@ bool ClassProgramBuilder::current(Cog::String const& name,
   return found == built_.end() ? !sub : found->second.from == sub;
 }
 
-void ClassProgramBuilder::prune(std::unordered_set<Cog::String> const& names) {
-  std::erase_if(built_, [&names](auto const& entry) { return !names.contains(entry.first); });
-}
-
 ActionSpec actionSpecFrom(PolicyMap::ClassAction const* classAction) {
   ActionSpec out;
   if (!classAction) {

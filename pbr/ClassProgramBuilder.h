@@ -2,7 +2,6 @@
 
 #include <optional>
 #include <unordered_map>
-#include <unordered_set>
 
 #include "models/policymap/ClassAction.h"
 #include "models/policymap/ClassMapTypeConfig.h"
@@ -27,8 +26,11 @@ class ClassProgramBuilder {
   // Whether the class's entries were built from the class-map version published now (a class
   // never built counts as current while its class-map gives nothing to build).
   bool current(Cog::String const& name, PolicyMap::ClassMapTypeConfig const& cmapTypeConfig) const;
-  // Forgets the classes not in `names`.
-  void prune(std::unordered_set<Cog::String> const& names);
+  // Forgets the classes that `keep(name)` does not keep.
+  template <class Keep>
+  void prune(Keep const& keep) {
+    std::erase_if(built_, [&keep](auto const& entry) { return !keep(entry.first); });
+  }
 
  private:
   struct Built {

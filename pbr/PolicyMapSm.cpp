@@ -1,7 +1,5 @@
 #include "pbr/PolicyMapSm.h"
 
-#include <unordered_set>
-
 #include "platform/cog/Errors.h"
 #include "platform/trace/Trace.h"
 
@@ -47,7 +45,7 @@ struct PolicyMapSm::Reactors {
     }
   };
 
-  Reactors(PolicyMapSm* sm) : config(sm->config_, sm), cmapType(sm->cmapTypeConfig_, sm) {}
+  explicit Reactors(PolicyMapSm* sm) : config(sm->config_, sm), cmapType(sm->cmapTypeConfig_, sm) {}
 
   Config config;
   CmapType cmapType;
@@ -159,11 +157,7 @@ void PolicyMapSm::takeUpVersion() {
   }
   classes_ = std::move(classes);
   classIndex_ = std::move(index);
-  std::unordered_set<Cog::String> names;
-  for (auto const& record : classes_) {
-    names.insert(record.name);
-  }
-  builder_.prune(names);
+  builder_.prune([this](Cog::String const& name) { return classIndex_.contains(name); });
   classMapReactorsUpdate();
   rebuildPrograms();
 }
@@ -269,7 +263,8 @@ void PolicyMapSm::requestSlot(Nwk::IntfId const& intfId, Binding& binding, Nwk::
   dataplane_->programIs(intfId, program,
                         [alive, intfId, af, serial](Pbr::ProgramResult const& results) {
                           if (auto const sm = alive.lock()) {
-                            (*sm)->programDone(intfId, af, serial, results);
+                            Cog::Ptr<PolicyMapSm> const keep(*sm);  // through the call
+                            keep->programDone(intfId, af, serial, results);
                           }
                         });
 }
@@ -358,13 +353,14 @@ void PolicyMapSm::handleIntf(Nwk::IntfId const& intfId, bool reprogram, IntfBind
   }
   bool const wanted = wants(intfId);
   auto const found = bindings_.find(intfId);
+  if (!wanted && found == bindings_.end()) {
+    return;
+  }
   TRACE(gTrace, 5, key_.strDesc(), " ", intfId, " kind ", static_cast<int>(kind),
-        wanted ? " bound" : " unbound", found != bindings_.end() ? " before" : " newly");
+        wanted ? " bound" : " unbound", reprogram ? " reprogram" : "");
   if (!wanted) {
-    if (found != bindings_.end()) {
-      unbind(intfId);
-      flush();
-    }
+    unbind(intfId);
+    flush();
     return;
   }
   if (found == bindings_.end()) {
@@ -416,7 +412,8 @@ void PolicyMapSm::handleCounterRequest() {
   std::weak_ptr<PolicyMapSm*> const alive = alive_;
   dataplane_->countersRead(slots, [alive](std::vector<Pbr::ClassCounters> const& counters) {
     if (auto const sm = alive.lock()) {
-      (*sm)->countersDone(counters);
+      Cog::Ptr<PolicyMapSm> const keep(*sm);  // through the call
+      keep->countersDone(counters);
     }
   });
 }

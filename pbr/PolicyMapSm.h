@@ -33,10 +33,11 @@ enum class IntfBindingKind : std::uint8_t { intfBindingInput = 0 };
 // interface bindings come from the owner through handleIntf. Each version becomes one program
 // per address family; every bound interface gets the programs of the families the version
 // uses. Writes, in `status`: one ClassMapStatus per class of the version (its state over the
-// bound interfaces of its family, the class-map version programmed, its packet count), one
-// IntfStatus per bound interface (installed or failed per match option the version uses), the
-// counter update time once a counter request is served, and the version once no interface is
-// still being programmed.
+// bound interfaces of its family: 1 while one is being programmed, else 2 installed on all,
+// 3 on some, 4 on none, 0 with none bound or nothing to program; the class-map version
+// programmed; its packet count), one IntfStatus per bound interface (installed or failed per match
+// option the version uses), the counter update time once a counter request is served, and the
+// version once no interface is still being programmed.
 //
 // Lifetime: made by the owner's createPolicyMapSm and started with handleInitialized, so that
 // the overrides of a subclass take part from the start. Destroying it removes the policy from

@@ -160,13 +160,14 @@ void ServicePolicySm::handlePolicy(Cog::String const& name) {
 }
 
 void ServicePolicySm::policyMapSmDel(Cog::String const& name) {
-  auto const found = policyMapSm_.find(name);
+  Cog::String const copy = name;  // `name` may be the key of the entry removed
+  auto const found = policyMapSm_.find(copy);
   if (found == policyMapSm_.end()) {
     return;
   }
   TRACE(gTrace, 3, "dropping ", found->second->key().strDesc());
   policyMapSm_.erase(found);
-  pmapTypeStatus_->pmapStatusDel(name);
+  pmapTypeStatus_->pmapStatusDel(copy);
 }
 
 void ServicePolicySm::handleIntf(Nwk::IntfId const& intfId, bool reprogram, IntfBindingKind kind) {

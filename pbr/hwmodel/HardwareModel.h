@@ -24,9 +24,9 @@ namespace Pbr {
 // software classifier that answers as the hardware would.
 //
 // Programming: each card programs one request at a time, in arrival order, taking
-// entryProgramTime per entry it writes; a request's resources are reserved when it arrives.
-// Classes are placed in priority order; a class that cannot be placed (an entry the card
-// cannot express or qualify on, no free checker, no room in the bank) fails alone, unless the
+// entryProgramTime (10 us unless set) per entry it writes; a request's resources are reserved when
+// it arrives. Classes are placed in priority order; a class that cannot be placed (an entry the
+// card cannot express or qualify on, no free checker, no room in the bank) fails alone, unless the
 // program is atomic. A class whose entries object and action equal those of a class forwarding
 // on the slot is kept in place: no new entries, no time, its counter goes on. With
 // make-before-break the old version forwards until the new one is in, and if the card cannot
@@ -36,6 +36,9 @@ namespace Pbr {
 // Unsupported qualifiers are published into the ACL data-plane status for the flowspec feature
 // under each card's name and ACL type, component "tcam-key", qualifier entries keyed and valued
 // by the qualifier's name. They apply to programs requested afterwards.
+//
+// Completions run from the model's own tasks and timers on the scheduler (never inside the
+// call that asked); destroying the model drops those not delivered yet.
 class HardwareModel : public Dataplane {
  public:
   struct BankUsage {

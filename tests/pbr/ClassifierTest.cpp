@@ -198,7 +198,6 @@ void checkFamily(AddressFamily af, unsigned seed) {
     }
     auto const got = hw->classify(Nwk::IntfId("Ethernet1"), toHardware(packet));
     ASSERT_EQ(got.className, expected) << "packet " << i << " dst " << packet.dst;
-    ASSERT_EQ(got.matched, !expected.empty());
     if (!expected.empty()) {
       ++expectedCounts[expected];
       ++matched;

@@ -149,17 +149,6 @@ TEST_F(HardwareModelTest, VersionsThatCannotBeHeldTogetherFailWholeAndTheOldStay
   EXPECT_EQ(hw->bankUsage("lc1", AddressFamily::ipv4).used, 6u);
 }
 
-TEST_F(HardwareModelTest, AtomicProgramsInstallWholeOrKeepWhatWasThere) {
-  programAndSettle("Ethernet1", program({ipClass("old", hosts(2, 1))}));
-  auto const atomic = program({ipClass("fits", hosts(2, 2)), ipClass("huge", hosts(9, 3))},
-                              AddressFamily::ipv4, true, true);
-  EXPECT_EQ(programAndSettle("Ethernet1", atomic),
-            Results(2, "TCAM bank ipv4 of lc1 full (2 of 10 entries used)"));
-  EXPECT_EQ(classOf(*hw, "Ethernet1", packetTo("10.1.0.1")), "old");
-  EXPECT_EQ(classOf(*hw, "Ethernet1", packetTo("10.2.0.1")), "");
-  EXPECT_EQ(hw->bankUsage("lc1", AddressFamily::ipv4).used, 2u);
-}
-
 TEST_F(HardwareModelTest, RangeCheckersAreSharedByEqualRangesAndRunOut) {
   Acl::IpFilter sportRange = ipDst("10.0.0.0/8");
   sportRange.protocolIs(17);

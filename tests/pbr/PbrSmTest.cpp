@@ -290,17 +290,20 @@ TEST_F(PbrSmTest, UnknownInterfacesFailOrAreSkippedAndAreRetriedOnRequest) {
   EXPECT_EQ(skipping.classState("red", "a"), kUnknown);
 }
 
-TEST_F(PbrSmTest, AtomicInstallFailsTheWholePolicyOnAnInterface) {
+TEST_F(PbrSmTest, AtomicInstallFailsTheWholeVersionOnAnInterfaceAndKeepsTheOld) {
   h.classMapIs("big", hosts(900, 1));
   h.classMapIs("huge", hosts(2000, 2));
-  h.policyIs("red", {{"big"}, {"huge"}});
+  h.policyIs("red", {{"big"}});
   h.bind("Ethernet1", "red");
   h.start({.atomicInstall = true});
   h.settle();
+  h.policyIs("red", {{"big"}, {"huge"}});
+  h.settle();
   EXPECT_EQ(h.classState("red", "big"), kFailed);
+  EXPECT_EQ(classOf(*h.hw, "Ethernet1", packetTo("10.1.0.1")), "big");
   EXPECT_EQ(h.installed("red", "Ethernet1"),
             "TCAM bank ipv4 of lc1 full (900 of 1000 entries used)");
-  EXPECT_EQ(h.hw->bankUsage("lc1", AddressFamily::ipv4).used, 0u);
+  EXPECT_EQ(h.hw->bankUsage("lc1", AddressFamily::ipv4).used, 900u);
 }
 
 TEST_F(PbrSmTest, AnInterfaceMovingToAnotherPolicyIsReleasedFirst) {

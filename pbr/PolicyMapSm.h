@@ -81,7 +81,6 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
   Cog::Ptr<PolicyMapTypeConfig const> const& pmapTypeConfig() const { return pmapTypeConfig_; }
   Cog::Ptr<IntfConfig const> const& intfConfig() const { return intfConfig_; }
   Cog::Ptr<Kiln::TimerWheel> const& timerWheel() const { return timerWheel_; }
-  bool bound(Nwk::IntfId const& intfId) const { return bindings_.contains(intfId); }
 
   // Kiln::KilnBaseOutputSm:
   char const* fwkType() const override { return "PolicyMapSm"; }

@@ -30,8 +30,6 @@ struct ActionSpec {
   std::optional<Redirect> redirect;
 
   bool operator==(ActionSpec const&) const = default;
-  // "permit", or the actions: "deny", "police 1000000 bps set-dscp 10 redirect red 10.0.0.1".
-  Cog::String toStrep() const;
 };
 
 // The ACL entries of one class for one address family, in sequence order. Shared, never
@@ -50,10 +48,7 @@ struct ClassProgram {
   std::shared_ptr<IpEntries const> ipEntries;
   std::shared_ptr<Ip6Entries const> ip6Entries;
 
-  std::size_t entryCount() const {
-    return ipEntries ? ipEntries->size() : ip6Entries ? ip6Entries->size() : 0;
-  }
-  // The same entries object and action: what a dataplane may keep in place.
+  // The same name, entries object and action: what a dataplane may keep in place.
   bool samePlacement(ClassProgram const& other) const {
     return name == other.name && ipEntries == other.ipEntries && ip6Entries == other.ip6Entries &&
            action == other.action;
@@ -71,8 +66,6 @@ struct PolicyProgram {
   bool makeBeforeBreak = true;
   // Install every class or none.
   bool atomic = false;
-
-  std::size_t entryCount() const;
 };
 
 // The outcome of programming one class on one interface.

@@ -57,7 +57,6 @@ class ServicePolicySm : public Kiln::KilnBaseOutputSm {
   void handleCounterRequest(Cog::String const& name);
 
   Cog::Ptr<PolicyMapSm> policyMapSm(Cog::String const& name) const;
-  std::size_t policyMapSmCount() const { return policyMapSm_.size(); }
 
   Cog::Ptr<IntfConfig const> const& intfConfig() const { return intfConfig_; }
   Cog::Ptr<PolicyMapTypeConfig const> const& pmapTypeConfig() const { return pmapTypeConfig_; }

@@ -43,8 +43,7 @@ class Dataplane : public PolicyMap::PolicyMapAclHelper {
   // programming. With make-before-break the version in place keeps forwarding until the new one
   // is in, and stays if the two cannot be held together; classes whose entries object and
   // action equal those of a forwarding class of the same name may be kept in place, counters
-  // included. `done`
-  // gets one result per class.
+  // included. `done` gets one result per class.
   virtual void programIs(Nwk::IntfId const& intf, std::shared_ptr<PolicyProgram const> program,
                          ProgramDone done) = 0;
 

@@ -1,0 +1,93 @@
+#include "pbr/ClassProgramBuilder.h"
+
+#include "models/pbr/PbrFwdAction.h"
+
+namespace Pbr {
+
+namespace {
+
+Cog::Ptr<PolicyMap::ClassMapSubConfig const> publishedVersion(
+    Cog::String const& name, PolicyMap::ClassMapTypeConfig const& cmapTypeConfig) {
+  auto const cmap = cmapTypeConfig.cmap(name);
+  return cmap ? Cog::Ptr<PolicyMap::ClassMapSubConfig const>(cmap->currCfg()) : nullptr;
+}
+
+}  // namespace
+
+std::optional<ClassProgram> ClassProgramBuilder::classProgram(
+    Cog::String const& name, PolicyMap::ClassPriority priority,
+    PolicyMap::ClassAction const* classAction, PolicyMap::ClassMapTypeConfig const& cmapTypeConfig,
+    Nwk::AddressFamily af) {
+  auto const sub = publishedVersion(name, cmapTypeConfig);
+  Built& built = built_[name];
+  if (built.from != sub) {
+    built = Built{sub, nullptr, nullptr};
+  }
+  bool const v6 = af == Nwk::AddressFamily::ipv6;
+  auto const match = sub ? sub->match(v6 ? PolicyMap::ClassMapMatchOption::matchIpv6AccessGroup
+                                         : PolicyMap::ClassMapMatchOption::matchIpAccessGroup)
+                         : nullptr;
+  if (!match) {
+    return std::nullopt;
+  }
+  ClassProgram out{name, priority, sub->version(), actionSpecFrom(classAction), nullptr, nullptr};
+  if (v6) {
+    if (!built.ip6Entries) {
+      auto entries = std::make_shared<Ip6Entries>();
+      for (auto const& [seq, rule] : match->ip6Rule()) {
+        entries->push_back(rule.filter());
+      }
+      built.ip6Entries = std::move(entries);
+    }
+    out.ip6Entries = built.ip6Entries;
+  } else {
+    if (!built.ipEntries) {
+      auto entries = std::make_shared<IpEntries>();
+      for (auto const& [seq, rule] : match->ipRule()) {
+        entries->push_back(rule.filter());
+      }
+      built.ipEntries = std::move(entries);
+    }
+    out.ipEntries = built.ipEntries;
+  }
+  return out;
+}
+
+bool ClassProgramBuilder::current(Cog::String const& name,
+                                  PolicyMap::ClassMapTypeConfig const& cmapTypeConfig) const {
+  auto const found = built_.find(name);
+  auto const sub = publishedVersion(name, cmapTypeConfig);
+  return found == built_.end() ? !sub : found->second.from == sub;
+}
+
+ActionSpec actionSpecFrom(PolicyMap::ClassAction const* classAction) {
+  ActionSpec out;
+  if (!classAction) {
+    return out;
+  }
+  for (auto const& [type, action] : classAction->policyAction()) {
+    if (!action) {
+      continue;
+    }
+    if (type == PolicyMap::ActionType::actionDeny) {
+      out.deny = true;
+    } else if (auto const* police = dynamic_cast<PolicyMap::PoliceAction const*>(action.get())) {
+      out.policeRateBps = police->rate().rate;
+    } else if (auto const* dscp = dynamic_cast<PolicyMap::SetDscpAction const*>(action.get())) {
+      out.setDscp = dscp->dscp().value();
+    } else if (auto const* fwd = dynamic_cast<Pbr::PbrFwdAction const*>(action.get())) {
+      if (fwd->pbrActionType() == PbrActionType::pbrActionDrop) {
+        out.deny = true;
+        continue;
+      }
+      ActionSpec::Redirect redirect{fwd->vrfName().value(), {}};
+      for (auto const& [address, inUse] : fwd->nexthop()) {
+        redirect.nexthops.insert(address);
+      }
+      out.redirect = std::move(redirect);
+    }
+  }
+  return out;
+}
+
+}  // namespace Pbr

@@ -1,0 +1,479 @@
+#include "pbr/PolicyMapSm.h"
+
+#include "platform/cog/Errors.h"
+#include "platform/trace/Trace.h"
+
+namespace PolicyMap {
+
+namespace {
+
+Trace::Handle gTrace("PolicyMapSm");
+Cog::String const kNoDataplane = "no dataplane to program the policy";
+constexpr Nwk::AddressFamily kFamilies[] = {Nwk::AddressFamily::ipv4, Nwk::AddressFamily::ipv6};
+
+std::size_t slotOf(Nwk::AddressFamily af) { return af == Nwk::AddressFamily::ipv6 ? 1 : 0; }
+
+ClassMapMatchOption optionOf(Nwk::AddressFamily af) {
+  return af == Nwk::AddressFamily::ipv6 ? ClassMapMatchOption::matchIpv6AccessGroup
+                                        : ClassMapMatchOption::matchIpAccessGroup;
+}
+
+}  // namespace
+
+// Watches one class-map the version uses for a new version in use.
+class PolicyMapSm::ClassMapReactor : public Cog::BoundReactor<ClassMapConfig, PolicyMapSm> {
+ public:
+  ClassMapReactor(Cog::Ptr<ClassMapConfig const> const& cmap, PolicyMapSm* owner)
+      : BoundReactor(cmap, owner) {}
+  void handleCurrCfg() override {
+    Cog::String const name = notifier()->name();  // the handler may drop this reactor
+    owner()->handleClassMap(name);
+  }
+};
+
+struct PolicyMapSm::Reactors {
+  struct Config : Cog::BoundReactor<PolicyMapConfig, PolicyMapSm> {
+    using BoundReactor::BoundReactor;
+    void handleCurrCfg() override { owner()->handlePolicyVersion(); }
+  };
+  struct CmapType : Cog::BoundReactor<ClassMapTypeConfig, PolicyMapSm> {
+    using BoundReactor::BoundReactor;
+    void handleCmap(Cog::String const& name) override {
+      Cog::String const copy = name;
+      owner()->classMapReactorUpdate(copy);
+      owner()->handleClassMap(copy);
+    }
+  };
+
+  explicit Reactors(PolicyMapSm* sm) : config(sm->config_, sm), cmapType(sm->cmapTypeConfig_, sm) {}
+
+  Config config;
+  CmapType cmapType;
+};
+
+PolicyMapSm::PolicyMapSm(Cog::Ptr<PolicyMapGlobalData const> globalData, PolicyMapSmKey key,
+                         Cog::Ptr<PolicyMapConfig const> config,
+                         Cog::Ptr<ClassMapTypeConfig const> cmapTypeConfig,
+                         Cog::Ptr<PolicyMapStatus> status,
+                         Cog::Ptr<PolicyMapTypeConfig const> pmapTypeConfig,
+                         Cog::Ptr<IntfConfig const> intfConfig,
+                         Cog::Ptr<Kiln::TimerWheel> timerWheel)
+    : globalData_(std::move(globalData)),
+      key_(std::move(key)),
+      config_(std::move(config)),
+      cmapTypeConfig_(std::move(cmapTypeConfig)),
+      status_(std::move(status)),
+      pmapTypeConfig_(std::move(pmapTypeConfig)),
+      intfConfig_(std::move(intfConfig)),
+      timerWheel_(std::move(timerWheel)),
+      alive_(std::make_shared<PolicyMapSm*>(this)) {
+  Cog::requireNonNull(globalData_, "globalData");
+  Cog::requireNonNull(config_, "config");
+  Cog::requireNonNull(cmapTypeConfig_, "cmapTypeConfig");
+  Cog::requireNonNull(status_, "status");
+  Cog::requireNonNull(intfConfig_, "intfConfig");
+  dataplane_ = Cog::ptrDynamicCast<Pbr::Dataplane>(globalData_->aclHelper());
+  reactors_ = std::make_unique<Reactors>(this);
+}
+
+PolicyMapSm::~PolicyMapSm() {
+  if (dataplane_) {
+    for (auto const& [intfId, binding] : bindings_) {
+      for (auto const af : kFamilies) {
+        dataplane_->programDel(intfId, af);
+      }
+    }
+  }
+}
+
+void PolicyMapSm::handleInitialized() {
+  if (initialized_) {
+    return;
+  }
+  TRACE(gTrace, 3, key_.strDesc(), dataplane_ ? "" : " without a dataplane");
+  initialized_ = true;
+  // Bound first, so that the version is programmed on them in one go.
+  for (auto const& [intfId, name] : intfConfig_->intf()) {
+    if (wants(intfId)) {
+      bindings_[intfId];
+      status_->intfStatusIs(intfId);
+    }
+  }
+  handlePolicyVersion();
+}
+
+bool PolicyMapSm::wants(Nwk::IntfId const& intfId) const {
+  if (intfConfig_->intf(intfId) != key_.name) {
+    return false;
+  }
+  if (globalData_->flags().skipUnknownIntfs && !(dataplane_ && dataplane_->intfPresent(intfId))) {
+    TRACE(gTrace, 5, key_.strDesc(), " ", intfId, " unknown to the dataplane: skipped");
+    return false;
+  }
+  return true;
+}
+
+void PolicyMapSm::handlePolicyVersion() {
+  if (!initialized_ || config_->currCfg() == currCfg_) {
+    return;
+  }
+  currCfg_ = config_->currCfg();
+  TRACE(gTrace, 4, key_.strDesc(), " version ", currCfg_ ? currCfg_->version().toStrep() : "none");
+  takeUpVersion();
+  programAll();
+  flush();
+}
+
+void PolicyMapSm::handleClassMap(Cog::String const& name) {
+  if (!initialized_ || !classIndex_.contains(name) || builder_.current(name, *cmapTypeConfig_)) {
+    return;
+  }
+  TRACE(gTrace, 4, key_.strDesc(), " class-map ", name, " changed");
+  rebuildPrograms();
+  programAll();
+  flush();
+}
+
+void PolicyMapSm::takeUpVersion() {
+  std::vector<ClassRecord> classes;
+  std::unordered_map<Cog::String, std::uint32_t> index;
+  if (currCfg_) {
+    for (auto const& [priority, name] : currCfg_->classPrio()) {
+      // A class listed twice matches at its first place only.
+      if (index.emplace(name, static_cast<std::uint32_t>(classes.size())).second) {
+        auto& record = classes.emplace_back();
+        record.name = name;
+        record.priority = priority;
+      }
+    }
+  }
+  for (auto const& [name, cmapStatus] : status_->cmap()) {
+    if (!index.contains(name)) {
+      status_->cmapDel(name);
+    }
+  }
+  for (auto& record : classes) {
+    record.status = status_->cmapIs(record.name);
+  }
+  classes_ = std::move(classes);
+  classIndex_ = std::move(index);
+  builder_.prune([this](Cog::String const& name) { return classIndex_.contains(name); });
+  classMapReactorsUpdate();
+  rebuildPrograms();
+}
+
+void PolicyMapSm::classMapReactorsUpdate() {
+  std::erase_if(classMapReactors_,
+                [this](auto const& entry) { return !classIndex_.contains(entry.first); });
+  for (auto const& record : classes_) {
+    classMapReactorUpdate(record.name);
+  }
+}
+
+void PolicyMapSm::classMapReactorUpdate(Cog::String const& name) {
+  if (!classIndex_.contains(name)) {
+    return;
+  }
+  auto const published = cmapTypeConfig_->cmap(name);
+  if (!published) {
+    classMapReactors_.erase(name);
+    return;
+  }
+  auto& reactor = classMapReactors_[name];
+  if (!reactor || reactor->notifier() != published) {
+    reactor = std::make_unique<ClassMapReactor>(published, this);
+    reactor->notificationActiveIs(reactors_->config.notificationActive());
+  }
+}
+
+void PolicyMapSm::rebuildPrograms() {
+  for (auto const af : kFamilies) {
+    auto program = std::make_shared<Pbr::PolicyProgram>();
+    program->policyName = key_.name;
+    program->version = currCfg_ ? currCfg_->version() : Kiln::UniqueId();
+    program->af = af;
+    program->makeBeforeBreak = globalData_->flags().makeBeforeBreak;
+    program->atomic = globalData_->flags().atomicInstall;
+    auto& positions = programClasses_[slotOf(af)];
+    positions.clear();
+    for (std::uint32_t i = 0; i < classes_.size(); ++i) {
+      ClassRecord& record = classes_[i];
+      auto const classAction = currCfg_->classAction(record.name);
+      auto classProgram = builder_.classProgram(record.name, record.priority, classAction.get(),
+                                                *cmapTypeConfig_, af);
+      if (classProgram) {
+        record.cmapVersion = classProgram->cmapVersion;
+        program->classes.push_back(std::move(*classProgram));
+        positions.push_back(i);
+      }
+    }
+    programs_[slotOf(af)] = program->classes.empty() ? nullptr : std::move(program);
+  }
+  // Every slot is asked again with the new programs: forget what they counted.
+  dirty_.clear();
+  for (std::uint32_t i = 0; i < classes_.size(); ++i) {
+    classes_[i].pending = classes_[i].installed = classes_[i].failed = 0;
+    classes_[i].dirty = true;
+    dirty_.push_back(i);
+  }
+  for (auto& [intfId, binding] : bindings_) {
+    for (auto& slot : binding) {
+      slot.phase = IntfSlot::Phase::idle;
+      slot.program = nullptr;
+    }
+  }
+}
+
+void PolicyMapSm::programAll() {
+  for (auto& [intfId, binding] : bindings_) {
+    for (auto const af : kFamilies) {
+      requestSlot(intfId, binding, af);
+    }
+  }
+}
+
+void PolicyMapSm::requestSlot(Nwk::IntfId const& intfId, Binding& binding, Nwk::AddressFamily af) {
+  IntfSlot& slot = binding[slotOf(af)];
+  tally(slot, af, -1);
+  auto const& program = programs_[slotOf(af)];
+  std::uint64_t const serial = ++serial_;
+  slot.serial = serial;
+  slot.results.clear();
+  if (!program) {
+    if (dataplane_) {
+      dataplane_->programDel(intfId, af);
+    }
+    slot = IntfSlot{};
+    if (auto const intfStatus = status_->intfStatus(intfId)) {
+      intfStatus->installedDel(optionOf(af));
+    }
+    return;
+  }
+  slot.program = program;
+  slot.phase = IntfSlot::Phase::pending;
+  tally(slot, af, +1);
+  if (!dataplane_) {
+    programDone(intfId, af, serial,
+                Pbr::ProgramResult(program->classes.size(), Pbr::ClassResult{false, kNoDataplane}));
+    return;
+  }
+  // What forwarded stays visible while the new version is programmed beside it.
+  intfStatusShow(intfId, af, program->makeBeforeBreak ? slot.shown : InstalledStatus{});
+  std::weak_ptr<PolicyMapSm*> const alive = alive_;
+  dataplane_->programIs(intfId, program,
+                        [alive, intfId, af, serial](Pbr::ProgramResult const& results) {
+                          if (auto const sm = alive.lock()) {
+                            Cog::Ptr<PolicyMapSm> const keep(*sm);  // through the call
+                            keep->programDone(intfId, af, serial, results);
+                          }
+                        });
+}
+
+void PolicyMapSm::programDone(Nwk::IntfId const& intfId, Nwk::AddressFamily af,
+                              std::uint64_t serial, Pbr::ProgramResult const& results) {
+  auto const found = bindings_.find(intfId);
+  if (found == bindings_.end()) {
+    return;
+  }
+  IntfSlot& slot = found->second[slotOf(af)];
+  if (slot.serial != serial || slot.phase != IntfSlot::Phase::pending) {
+    return;
+  }
+  tally(slot, af, -1);
+  slot.phase = IntfSlot::Phase::done;
+  slot.results = results;
+  slot.results.resize(slot.program->classes.size(), Pbr::ClassResult{false, "no result"});
+  tally(slot, af, +1);
+  InstalledStatus shown{InstalledState::installed, ""};
+  for (auto const& result : slot.results) {
+    if (!result.installed) {
+      shown = InstalledStatus{InstalledState::failed, result.errorText};
+      break;
+    }
+  }
+  TRACE(gTrace, 4, key_.strDesc(), " ", intfId, " ", Nwk::toStrep(af),
+        shown.state == InstalledState::installed ? " installed" : " failed: ", shown.errorText);
+  intfStatusShow(intfId, af, shown);
+  flush();
+}
+
+void PolicyMapSm::intfStatusShow(Nwk::IntfId const& intfId, Nwk::AddressFamily af,
+                                 InstalledStatus shown) {
+  auto const found = bindings_.find(intfId);
+  if (found != bindings_.end()) {
+    found->second[slotOf(af)].shown = shown;
+  }
+  status_->intfStatusIs(intfId)->installedIs(optionOf(af), shown);
+}
+
+void PolicyMapSm::tally(IntfSlot const& slot, Nwk::AddressFamily af, int sign) {
+  if (slot.phase == IntfSlot::Phase::idle || !slot.program) {
+    return;
+  }
+  auto const& positions = programClasses_[slotOf(af)];
+  for (std::size_t i = 0; i < positions.size(); ++i) {
+    ClassRecord& record = classes_[positions[i]];
+    std::uint32_t& counter = slot.phase == IntfSlot::Phase::pending ? record.pending
+                             : slot.results[i].installed            ? record.installed
+                                                                    : record.failed;
+    counter += static_cast<std::uint32_t>(sign);
+    if (!record.dirty) {
+      record.dirty = true;
+      dirty_.push_back(positions[i]);
+    }
+  }
+}
+
+void PolicyMapSm::flush() {
+  for (std::uint32_t const i : dirty_) {
+    ClassRecord& record = classes_[i];
+    record.dirty = false;
+    ClassState const state = record.pending                        ? ClassState::classStatePending
+                             : !record.installed && !record.failed ? ClassState::classStateUnknown
+                             : !record.failed                      ? ClassState::classStateInstalled
+                             : !record.installed                   ? ClassState::classStateFailed
+                                                                   : ClassState::classStatePartial;
+    record.status->versionIs(record.cmapVersion);
+    record.status->classStateIs(state);
+  }
+  dirty_.clear();
+  for (auto const& [intfId, binding] : bindings_) {
+    for (auto const& slot : binding) {
+      if (slot.phase == IntfSlot::Phase::pending) {
+        return;
+      }
+    }
+  }
+  status_->versionIs(currCfg_ ? currCfg_->version() : Kiln::UniqueId());
+}
+
+void PolicyMapSm::handleIntf(Nwk::IntfId const& intfId, bool reprogram, IntfBindingKind kind) {
+  if (!initialized_) {
+    return;
+  }
+  bool const wanted = wants(intfId);
+  auto const found = bindings_.find(intfId);
+  if (!wanted && found == bindings_.end()) {
+    return;
+  }
+  TRACE(gTrace, 5, key_.strDesc(), " ", intfId, " kind ", static_cast<int>(kind),
+        wanted ? " bound" : " unbound", reprogram ? " reprogram" : "");
+  if (!wanted) {
+    unbind(intfId);
+    flush();
+    return;
+  }
+  if (found == bindings_.end()) {
+    Binding& binding = bindings_[intfId];
+    status_->intfStatusIs(intfId);
+    for (auto const af : kFamilies) {
+      requestSlot(intfId, binding, af);
+    }
+  } else {
+    for (auto const af : kFamilies) {
+      if (reprogram || found->second[slotOf(af)].shown.state == InstalledState::failed) {
+        requestSlot(intfId, found->second, af);
+      }
+    }
+  }
+  flush();
+}
+
+void PolicyMapSm::unbind(Nwk::IntfId const& intfId) {
+  auto const found = bindings_.find(intfId);
+  for (auto const af : kFamilies) {
+    tally(found->second[slotOf(af)], af, -1);
+    if (dataplane_) {
+      dataplane_->programDel(intfId, af);
+    }
+  }
+  bindings_.erase(found);
+  status_->intfStatusDel(intfId);
+}
+
+void PolicyMapSm::handleCounterRequest() {
+  if (!initialized_ || counterReadPending_) {
+    return;
+  }
+  std::vector<Pbr::Slot> slots;
+  for (auto const& [intfId, binding] : bindings_) {
+    for (auto const af : kFamilies) {
+      if (binding[slotOf(af)].program) {
+        slots.push_back(Pbr::Slot{intfId, af});
+      }
+    }
+  }
+  TRACE(gTrace, 5, key_.strDesc(), " reading counters of ", slots.size(), " slots");
+  if (!dataplane_) {
+    countersDone({});
+    return;
+  }
+  counterReadPending_ = true;
+  std::weak_ptr<PolicyMapSm*> const alive = alive_;
+  dataplane_->countersRead(slots, [alive](std::vector<Pbr::ClassCounters> const& counters) {
+    if (auto const sm = alive.lock()) {
+      Cog::Ptr<PolicyMapSm> const keep(*sm);  // through the call
+      keep->countersDone(counters);
+    }
+  });
+}
+
+void PolicyMapSm::countersDone(std::vector<Pbr::ClassCounters> const& counters) {
+  counterReadPending_ = false;
+  std::vector<std::uint64_t> sums(classes_.size(), 0);
+  for (auto const& slotCounters : counters) {
+    for (auto const& [name, packets] : slotCounters) {
+      auto const found = classIndex_.find(name);
+      if (found != classIndex_.end()) {
+        sums[found->second] += packets;
+      }
+    }
+  }
+  for (std::size_t i = 0; i < classes_.size(); ++i) {
+    classes_[i].status->packetCountIs(sums[i]);
+  }
+  status_->counterUpdateTimeIs(Cog::System::currentTime());
+}
+
+void PolicyMapSm::hasNotificationActiveIs(bool active) {
+  reactors_->config.notificationActiveIs(active);
+  reactors_->cmapType.notificationActiveIs(active);
+  for (auto& [name, reactor] : classMapReactors_) {
+    reactor->notificationActiveIs(active);
+  }
+  if (!active || !initialized_) {
+    return;
+  }
+  if (config_->currCfg() != currCfg_) {
+    handlePolicyVersion();
+    return;
+  }
+  classMapReactorsUpdate();
+  for (auto const& record : classes_) {
+    if (!builder_.current(record.name, *cmapTypeConfig_)) {
+      handleClassMap(record.name);
+      return;
+    }
+  }
+}
+
+void PolicyMapSm::dumpState(Kiln::DumpContext* ctx, int indent) const {
+  Kiln::dumpf(ctx, indent, "PolicyMapSm %s version %s classes #%zu\n", key_.strDesc().c_str(),
+              currCfg_ ? currCfg_->version().toStrep().c_str() : "none", classes_.size());
+  static char const* const kStates[] = {"unknown", "installed", "failed"};
+  for (auto const& [intfId, binding] : bindings_) {
+    for (auto const af : kFamilies) {
+      IntfSlot const& slot = binding[slotOf(af)];
+      if (!slot.program) {
+        continue;
+      }
+      char const* state = slot.phase == IntfSlot::Phase::pending
+                              ? "programming"
+                              : kStates[static_cast<int>(slot.shown.state) % 3];
+      Kiln::dumpf(ctx, indent + 2, "%s %s %s%s%s\n", intfId.name().c_str(), Nwk::toStrep(af), state,
+                  slot.shown.errorText.empty() ? "" : " ", slot.shown.errorText.c_str());
+    }
+  }
+}
+
+}  // namespace PolicyMap

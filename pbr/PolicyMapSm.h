@@ -1,0 +1,166 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <unordered_map>
+#include <vector>
+
+#include "models/policymap/ClassMapTypeConfig.h"
+#include "models/policymap/IntfConfig.h"
+#include "models/policymap/PolicyMapConfig.h"
+#include "models/policymap/PolicyMapGlobalData.h"
+#include "models/policymap/PolicyMapSmKey.h"
+#include "models/policymap/PolicyMapStatus.h"
+#include "models/policymap/PolicyMapTypeConfig.h"
+#include "pbr/ClassProgramBuilder.h"
+#include "pbr/Dataplane.h"
+#include "platform/kiln/KilnBaseOutputSm.h"
+#include "platform/kiln/TimerWheel.h"
+
+namespace PolicyMap {
+
+// How a policy is bound to an interface. The machinery binds policies to the traffic that
+// arrives on an interface; the kind keeps the handlers' signature open for other bindings.
+enum class IntfBindingKind : std::uint8_t { intfBindingInput = 0 };
+
+// Programs one policy on the interfaces bound to it, through the dataplane behind the agent's
+// ACL helper, and reports how far it got in the policy's status.
+//
+// Watches the policy's configuration (the version in use), the class-map type (class-maps
+// published or withdrawn) and the class-maps the version uses (their version in use); the
+// interface bindings come from the owner through handleIntf. Each version becomes one program
+// per address family; every bound interface gets the programs of the families the version
+// uses. Writes, in `status`: one ClassMapStatus per class of the version (its state over the
+// bound interfaces of its family: 1 while one is being programmed, else 2 installed on all,
+// 3 on some, 4 on none, 0 with none bound or nothing to program; the class-map version
+// programmed; its packet count), one IntfStatus per bound interface (installed or failed per match
+// option the version uses), the counter update time once a counter request is served, and the
+// version once no interface is still being programmed.
+//
+// Lifetime: made by the owner's createPolicyMapSm and started with handleInitialized, so that
+// the overrides of a subclass take part from the start. Destroying it removes the policy from
+// every interface in the dataplane; the owner removes its status. Dataplane completions that
+// arrive after it is gone are dropped.
+class PolicyMapSm : public Kiln::KilnBaseOutputSm {
+ public:
+  PolicyMapSm(Cog::Ptr<PolicyMapGlobalData const> globalData, PolicyMapSmKey key,
+              Cog::Ptr<PolicyMapConfig const> config,
+              Cog::Ptr<ClassMapTypeConfig const> cmapTypeConfig, Cog::Ptr<PolicyMapStatus> status,
+              Cog::Ptr<PolicyMapTypeConfig const> pmapTypeConfig,
+              Cog::Ptr<IntfConfig const> intfConfig, Cog::Ptr<Kiln::TimerWheel> timerWheel);
+  ~PolicyMapSm() override;
+
+  // Takes up the version in use and the interfaces bound to the policy. Nothing happens before.
+  void handleInitialized();
+  bool initialized() const { return initialized_; }
+
+  // Reaction to the policy's version in use.
+  void handlePolicyVersion();
+  // Reaction to a change of a class-map the version may use (published, withdrawn, or a new
+  // version in use): the base programs the version again when a used class's class-map version
+  // changed.
+  virtual void handleClassMap(Cog::String const& name);
+  // Evaluates the policy's binding to one interface again: binds it when the interface
+  // configuration names this policy, unbinds it otherwise. A bound interface is programmed
+  // again when `reprogram` is set, or for the families that failed.
+  void handleIntf(Nwk::IntfId const& intfId, bool reprogram, IntfBindingKind kind);
+  // Reads the counters of every bound interface and, once they are in, writes each class's
+  // packet count and then the counter update time. A request made while a read is under way is
+  // served by that read, whose counts are taken when it completes.
+  void handleCounterRequest();
+  // Switches the policy's reactors; switching them on again catches up with what changed.
+  void hasNotificationActiveIs(bool active);
+
+  PolicyMapSmKey const& key() const { return key_; }
+  Cog::Ptr<PolicyMapGlobalData const> const& globalData() const { return globalData_; }
+  Cog::Ptr<PolicyMapConfig const> const& config() const { return config_; }
+  Cog::Ptr<ClassMapTypeConfig const> const& cmapTypeConfig() const { return cmapTypeConfig_; }
+  Cog::Ptr<PolicyMapStatus> const& status() const { return status_; }
+  Cog::Ptr<PolicyMapTypeConfig const> const& pmapTypeConfig() const { return pmapTypeConfig_; }
+  Cog::Ptr<IntfConfig const> const& intfConfig() const { return intfConfig_; }
+  Cog::Ptr<Kiln::TimerWheel> const& timerWheel() const { return timerWheel_; }
+
+  // Kiln::KilnBaseOutputSm:
+  char const* fwkType() const override { return "PolicyMapSm"; }
+  // "PolicyMapSm <name>/<type> version <id> classes #<n>", then per bound interface
+  // "<intf> <family> <state>[ <error>]".
+  void dumpState(Kiln::DumpContext* ctx, int indent) const override;
+
+ private:
+  struct Reactors;
+  class ClassMapReactor;
+
+  // One class of the version in use, with how its programming stands over the bound
+  // interfaces of its family.
+  struct ClassRecord {
+    Cog::String name;
+    ClassPriority priority = 0;
+    Kiln::UniqueId cmapVersion;
+    Cog::Ptr<ClassMapStatus> status;
+    std::uint32_t pending = 0;
+    std::uint32_t installed = 0;
+    std::uint32_t failed = 0;
+    bool dirty = true;
+  };
+  // One interface and family: the program asked for and its outcome.
+  struct IntfSlot {
+    enum class Phase : std::uint8_t { idle, pending, done };
+    Phase phase = Phase::idle;
+    std::shared_ptr<Pbr::PolicyProgram const> program;
+    std::uint64_t serial = 0;
+    Pbr::ProgramResult results;
+    InstalledStatus shown;  // what IntfStatus says
+  };
+  using Binding = std::array<IntfSlot, 2>;  // by family: IPv4, IPv6
+
+  // Whether the interface is to be bound: it names the policy and, when unknown interfaces are
+  // skipped, the dataplane holds it.
+  bool wants(Nwk::IntfId const& intfId) const;
+  void takeUpVersion();
+  // Watches the class-maps of the version in use as published now.
+  void classMapReactorsUpdate();
+  void classMapReactorUpdate(Cog::String const& name);
+  void rebuildPrograms();
+  void programAll();
+  void requestSlot(Nwk::IntfId const& intfId, Binding& binding, Nwk::AddressFamily af);
+  void programDone(Nwk::IntfId const& intfId, Nwk::AddressFamily af, std::uint64_t serial,
+                   Pbr::ProgramResult const& results);
+  void unbind(Nwk::IntfId const& intfId);
+  void tally(IntfSlot const& slot, Nwk::AddressFamily af, int sign);
+  void intfStatusShow(Nwk::IntfId const& intfId, Nwk::AddressFamily af, InstalledStatus shown);
+  void countersDone(std::vector<Pbr::ClassCounters> const& counters);
+  // Writes the states of classes whose tally changed, and the version once nothing is pending.
+  void flush();
+
+  Cog::Ptr<PolicyMapGlobalData const> globalData_;
+  PolicyMapSmKey key_;
+  Cog::Ptr<PolicyMapConfig const> config_;
+  Cog::Ptr<ClassMapTypeConfig const> cmapTypeConfig_;
+  Cog::Ptr<PolicyMapStatus> status_;
+  Cog::Ptr<PolicyMapTypeConfig const> pmapTypeConfig_;
+  Cog::Ptr<IntfConfig const> intfConfig_;
+  Cog::Ptr<Kiln::TimerWheel> timerWheel_;
+  Cog::Ptr<Pbr::Dataplane> dataplane_;  // null when the ACL helper is not a dataplane
+  bool initialized_ = false;
+
+  std::unique_ptr<Reactors> reactors_;
+  std::unordered_map<Cog::String, std::unique_ptr<ClassMapReactor>> classMapReactors_;
+  Cog::Ptr<PolicyMapSubConfig const> currCfg_;
+  std::vector<ClassRecord> classes_;
+  std::unordered_map<Cog::String, std::uint32_t> classIndex_;
+  std::vector<std::uint32_t> dirty_;
+  Pbr::ClassProgramBuilder builder_;
+  // Per family: the program of the version in use (null when no class has the family) and,
+  // per class of the program, its index in classes_.
+  std::array<std::shared_ptr<Pbr::PolicyProgram const>, 2> programs_;
+  std::array<std::vector<std::uint32_t>, 2> programClasses_;
+  std::map<Nwk::IntfId, Binding> bindings_;
+  std::uint64_t serial_ = 0;
+  bool counterReadPending_ = false;
+  // Lets dataplane completions tell whether this state machine still exists.
+  std::shared_ptr<PolicyMapSm*> alive_;
+};
+
+}  // namespace PolicyMap

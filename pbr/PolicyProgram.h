@@ -1,0 +1,81 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <set>
+#include <vector>
+
+#include "models/acl/IpFilter.h"
+#include "models/policymap/PolicyMapTypes.h"
+#include "platform/cog/System.h"
+#include "platform/kiln/UniqueId.h"
+#include "platform/nwk/AddressFamily.h"
+#include "platform/nwk/IpGenAddr.h"
+
+namespace Pbr {
+
+// What a class does with the packets it matches, as the dataplane applies it. The default
+// permits: the packet goes on unchanged. Deny wins over every other action.
+struct ActionSpec {
+  struct Redirect {
+    Cog::String vrfName;
+    std::set<Nwk::IpGenAddr> nexthops;
+    bool operator==(Redirect const&) const = default;
+  };
+
+  bool deny = false;
+  std::optional<std::uint64_t> policeRateBps;
+  std::optional<std::uint8_t> setDscp;
+  std::optional<Redirect> redirect;
+
+  bool operator==(ActionSpec const&) const = default;
+};
+
+// The ACL entries of one class for one address family, in sequence order. Shared, never
+// changed once built: the machinery hands the same object again for a class whose class-map
+// version has not changed, so a dataplane may keep such a class in place across versions.
+using IpEntries = std::vector<Acl::IpFilter>;
+using Ip6Entries = std::vector<Acl::Ip6Filter>;
+
+// One class of a program: its name, priority, the class-map version its entries come from,
+// its entries (of the program's address family only) and its action.
+struct ClassProgram {
+  Cog::String name;
+  PolicyMap::ClassPriority priority = 0;
+  Kiln::UniqueId cmapVersion;
+  ActionSpec action;
+  std::shared_ptr<IpEntries const> ipEntries;
+  std::shared_ptr<Ip6Entries const> ip6Entries;
+
+  // The same name, entries object and action: what a dataplane may keep in place.
+  bool samePlacement(ClassProgram const& other) const {
+    return name == other.name && ipEntries == other.ipEntries && ip6Entries == other.ip6Entries &&
+           action == other.action;
+  }
+};
+
+// One policy version for one address family, as the dataplane programs it on an interface:
+// classes in priority order (first match wins), and how to install it.
+struct PolicyProgram {
+  Cog::String policyName;
+  Kiln::UniqueId version;
+  Nwk::AddressFamily af = Nwk::AddressFamily::none;
+  std::vector<ClassProgram> classes;
+  // Program beside the version in place and switch once done (otherwise remove it first).
+  bool makeBeforeBreak = true;
+  // Install every class or none.
+  bool atomic = false;
+};
+
+// The outcome of programming one class on one interface.
+struct ClassResult {
+  bool installed = false;
+  Cog::String errorText;  // why it failed
+  bool operator==(ClassResult const&) const = default;
+};
+
+// The outcome of one program request: one result per class of the program, in its order.
+using ProgramResult = std::vector<ClassResult>;
+
+}  // namespace Pbr

@@ -76,6 +76,16 @@ void FlowspecSm::handleInitialized() {
                       mounts.flowspecCliConfig(), pbrStatus(), intfConfig(),
                       policyMapConfig()->pmapType(kFlowspec),
                       policyMapConfig()->cmapType(kFlowspec), mounts.flowspecStatus(), scheduler_});
+  // The agent has no ACL changes under way to hand over: the machinery gets no difference
+  // record.
+  orbFlowspecSmIs(intfConfig(), policyMapConfig()->pmapType(kFlowspec),
+                  policyMapConfig()->cmapType(kFlowspec), pmapStatusReq(), pbrStatus(),
+                  mounts.aclConfig(), mounts.fieldSetConfig(), mounts.lagInputConfig(),
+                  mounts.ipStatus(), mounts.ip6Status(), mounts.routingVrfInfoDir(),
+                  mounts.routing6VrfInfoDir(), aclHelper_, Cog::Ptr<Acl::AclDiff>(), false, true,
+                  false, mounts.nexthopConfig(), mounts.nexthopStatus(),
+                  mounts.nexthopGroupConfig(), mounts.nexthopGroupStatus(), timerWheel_, ocsd_);
+  orbFlowspecSm_->initializedIs(true);
 }
 
 void FlowspecSm::dumpState(Kiln::DumpContext* ctx, int indent) const {

@@ -2,6 +2,7 @@
 
 #include "OrbFlowspec/config/FlowspecConfigSm.h"
 #include "OrbFlowspec/root/FlowspecMounts.h"
+#include "OrbFlowspec/root/FlowspecPbrSm.h"
 #include "OrbFlowspec/digestion/RuleSetSm.h"
 #include "models/mounted/MountedInputs.h"
 #include "models/policymap/Config.h"
@@ -56,6 +57,15 @@ class FlowspecSm : public Kiln::KilnBaseOutputSm {
   Cog::Ptr<FlowspecConfigSm> flowspecConfigSmIs(FlowspecConfigSm::Inputs inputs);
   void flowspecConfigSmDel() { flowspecConfigSm_ = nullptr; }
 
+  // The flowspec PBR state machine, created with the 23 arguments of its constructor.
+  Cog::Ptr<FlowspecPbrSm> const& orbFlowspecSm() const { return orbFlowspecSm_; }
+  template <class... Args>
+  Cog::Ptr<FlowspecPbrSm> orbFlowspecSmIs(Args&&... args) {
+    orbFlowspecSm_ = flowspecPbrSmFactory(std::forward<Args>(args)...);
+    return orbFlowspecSm_;
+  }
+  void orbFlowspecSmDel() { orbFlowspecSm_ = nullptr; }
+
   // Kiln::KilnBaseOutputSm:
   void dumpState(Kiln::DumpContext* ctx, int indent) const override;
   char const* fwkType() const override { return "FlowspecSm"; }
@@ -69,6 +79,7 @@ class FlowspecSm : public Kiln::KilnBaseOutputSm {
   Cog::Ptr<Kiln::TimerWheel> timerWheel_;
   Cog::Ptr<Orb::OrbCommonSmData const> ocsd_;
   Cog::Ptr<RuleSetSm> ruleSetSm_;
+  Cog::Ptr<FlowspecPbrSm> orbFlowspecSm_;
   Cog::Ptr<FlowspecConfigSm> flowspecConfigSm_;
 };
 

@@ -6,7 +6,6 @@
 
 #include <random>
 
-#include "pbr/OrbPbrSm.h"
 #include "pbr/hwmodel/HardwareModel.h"
 #include "tests/OrbFlowspec/support/StackHarness.h"
 #include "tests/OrbFlowspec/translation/PacketEvaluators.h"
@@ -18,27 +17,12 @@ using TranslationTest::Packet;
 class FlowspecEndToEnd : public ::testing::Test {
  protected:
   FlowspecEndToEnd() {
-    hw->lineCardIs("lc1", 100000, 100000, 64);
-    hw->intfIs(Nwk::IntfId("Ethernet1"), "lc1");
-    hw->intfIs(Nwk::IntfId("Ethernet2"), "lc1");
     stack.start();
     stack.vrfIs(5, "red");
     stack.intfIs("Ethernet1", "red");
     stack.intfIs("Ethernet2", "red");
     stack.enabledIntfAllIs(true);
-    auto const& root = stack.root;
-    auto const& mounts = *stack.records.mounts;
-    pbr = Cog::make<Orb::OrbPbrSm>(
-        root->intfConfig(), root->policyMapConfig()->pmapType("Flowspec"),
-        root->policyMapConfig()->cmapType("Flowspec"), root->pmapStatusReq(), root->pbrStatus(),
-        mounts.aclConfig(), mounts.fieldSetConfig(), mounts.lagInputConfig(), mounts.ipStatus(),
-        mounts.ip6Status(), mounts.routingVrfInfoDir(), mounts.routing6VrfInfoDir(), hw,
-        Cog::make<Acl::AclDiff>("aclDiff"), false, true, false, mounts.nexthopConfig(),
-        mounts.nexthopStatus(), mounts.nexthopGroupConfig(), mounts.nexthopGroupStatus(),
-        stack.scheduler->timerWheel(), stack.records.ocsd);
-    pbr->initializedIs(true);
   }
-  ~FlowspecEndToEnd() override { pbr = nullptr; }
 
   // The rule that should take the packet: the first in precedence order of the packet's
   // family whose match accepts it; "" for none.
@@ -94,7 +78,7 @@ class FlowspecEndToEnd : public ::testing::Test {
       Packet const packet = randomPacket(rng);
       std::string const expected = expectedClass(packet);
       auto const got =
-          hw->classify(Nwk::IntfId(i % 2 ? "Ethernet1" : "Ethernet2"), toHardware(packet));
+          stack.hardware->classify(Nwk::IntfId(i % 2 ? "Ethernet1" : "Ethernet2"), toHardware(packet));
       ASSERT_EQ(got.className, expected) << "packet " << i;
       matched += !expected.empty();
     }
@@ -102,9 +86,6 @@ class FlowspecEndToEnd : public ::testing::Test {
   }
 
   OrbFlowspecTest::StackHarness stack;
-  Cog::Ptr<Pbr::HardwareModel> hw =
-      Cog::make<Pbr::HardwareModel>(stack.scheduler, stack.records.aclStatusDp);
-  Cog::Ptr<Orb::OrbPbrSm> pbr;
 };
 
 TEST_F(FlowspecEndToEnd, RulesReachTheHardwareAndClassifyInPrecedenceOrder) {

@@ -7,13 +7,16 @@
 
 namespace OrbFlowspecTest {
 
-StackHarness::StackHarness() : scheduler(Kiln::simulatedTaskSchedulerFactory()) {}
+StackHarness::StackHarness()
+    : scheduler(Kiln::simulatedTaskSchedulerFactory()),
+      hardware(Cog::make<Pbr::HardwareModel>(scheduler, records.aclStatusDp)) {
+  hardware->lineCardIs(kLineCard, 1'000'000, 1'000'000, 1024);
+}
 
 StackHarness::~StackHarness() { stop(); }
 
 void StackHarness::start() {
-  root = OrbFlowspec::flowspecSmFactory(records.mounts,
-                                        Cog::make<PolicyMap::PolicyMapAclHelper>(), scheduler,
+  root = OrbFlowspec::flowspecSmFactory(records.mounts, hardware, scheduler,
                                         scheduler->timerWheel(), records.ocsd);
 }
 
@@ -26,6 +29,7 @@ void StackHarness::vrfIs(Vrf::VrfIdMap::VrfId vrfId, std::string const& name) {
 void StackHarness::vrfDel(Vrf::VrfIdMap::VrfId vrfId) { vrfIdStatus->vrfEntryDel(vrfId); }
 
 void StackHarness::intfIs(std::string const& intf, std::string const& vrf) {
+  hardware->intfIs(Nwk::IntfId(intf), kLineCard);
   l3StatusDir->intfStatusIs(Nwk::IntfId(intf))->vrfIs(vrf);
 }
 

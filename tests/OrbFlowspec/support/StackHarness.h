@@ -4,6 +4,7 @@
 
 #include "OrbFlowspec/root/FlowspecSm.h"
 #include "agent/MountedRecords.h"
+#include "pbr/hwmodel/HardwareModel.h"
 #include "platform/kiln/TaskScheduler.h"
 
 namespace OrbFlowspecTest {
@@ -48,8 +49,12 @@ class StackHarness {
   // stacks that converged print the same.
   std::string outputs() const;
 
+  // The line card every interface of intfIs sits on, unless a test placed it first.
+  static constexpr char kLineCard[] = "lc1";
+
   Cog::Ptr<Kiln::TaskScheduler> scheduler;
   Agent::MountedRecords records;  // as the agent mounts them
+  Cog::Ptr<Pbr::HardwareModel> hardware;  // the dataplane the policies are programmed into
   Cog::Ptr<Flowspec::RuleSet> const& ruleSet = records.ruleSet;
   Cog::Ptr<Flowspec::Config> const& config = records.config;
   Cog::Ptr<Flowspec::CliConfig> const& cliConfig = records.cliConfig;

@@ -56,17 +56,73 @@ std::vector<std::string> const kMatches = {
 std::vector<std::string> const kVrfNames = {"vrf1", "vrf2", "vrf3-renamed", "vrf9"};
 std::vector<std::string> const kIntfs = {"Ethernet1", "Ethernet2", "Ethernet3", "Vlan10"};
 
+// The actions of a rule, drawn at random: any action bits, rates, DSCP values (some out of
+// range), redirects into any VRF id (one that never exists among them) to a few next hops.
+void randomActions(std::mt19937& rng, Flowspec::Rule& rule) {
+  auto pick = [&rng](auto const& items) { return items[rng() % std::size(items)]; };
+  std::uint8_t const bits[] = {Flowspec::ActionFieldSet::kPermit, Flowspec::ActionFieldSet::kDeny,
+                               Flowspec::ActionFieldSet::kPolice,
+                               Flowspec::ActionFieldSet::kRedirect,
+                               Flowspec::ActionFieldSet::kDscp};
+  rule.actionFieldSet = Flowspec::ActionFieldSet(pick(bits) | pick(bits));
+  rule.trafficRateLimit = static_cast<float>(rng() % 5000);
+  rule.trafficMarkingDscp = Nwk::IpTos(static_cast<std::uint8_t>(rng() % 70));
+  rule.trafficRedirect.vrfId = 1 + rng() % 5;
+  char const* const nexthops[] = {"0.0.0.0", "10.0.0.1", "10.0.0.2", "2001:db8::1"};
+  rule.trafficRedirect.address = *Nwk::IpGenAddr::parse(pick(nexthops));
+}
+
+// Names a VRF id. Names are unique in the VRF id table: a name given to another id moves, it
+// leaves the id that had it.
+void nameVrf(Vrf::VrfIdMap::VrfId vrfId, std::string const& name, Inputs& inputs,
+             StackHarness& stack) {
+  for (auto it = inputs.vrfs.begin(); it != inputs.vrfs.end();) {
+    if (it->second == name && it->first != vrfId) {
+      stack.vrfDel(it->first);
+      it = inputs.vrfs.erase(it);
+    } else {
+      ++it;
+    }
+  }
+  inputs.vrfs[vrfId] = name;
+  stack.vrfIs(vrfId, name);
+}
+
+// The same rule re-announced with other actions only: all of them, or one parameter alone (the
+// rate, the DSCP value or the redirect) under the same action bits.
+void reannounceWithOtherActions(std::mt19937& rng, Inputs& inputs, StackHarness& stack) {
+  if (inputs.rules.empty()) {
+    return;
+  }
+  auto it = inputs.rules.begin();
+  std::advance(it, static_cast<long>(rng() % inputs.rules.size()));
+  Flowspec::Rule& rule = it->second;
+  Flowspec::Rule drawn = rule;
+  randomActions(rng, drawn);
+  switch (rng() % 4) {
+    case 0:
+      rule = drawn;
+      break;
+    case 1:
+      rule.trafficRateLimit = drawn.trafficRateLimit;
+      break;
+    case 2:
+      rule.trafficMarkingDscp = drawn.trafficMarkingDscp;
+      break;
+    default:
+      rule.trafficRedirect = drawn.trafficRedirect;
+  }
+  stack.ruleIs(rule);
+}
+
 void randomChange(std::mt19937& rng, Inputs& inputs, StackHarness& stack) {
   auto pick = [&rng](auto const& items) { return items[rng() % std::size(items)]; };
   Vrf::VrfIdMap::VrfId const vrfId = 1 + rng() % 4;
-  switch (rng() % 9) {
-    case 0: {
-      // VRF names are unique in the VRF id table; a VRF may be renamed.
-      std::string const name = "vrf" + std::to_string(vrfId) + (rng() % 2 ? "" : "-renamed");
-      inputs.vrfs[vrfId] = name;
-      stack.vrfIs(vrfId, name);
+  switch (rng() % 12) {
+    case 0:  // a VRF is named or renamed
+      nameVrf(vrfId, "vrf" + std::to_string(vrfId) + (rng() % 2 ? "" : "-renamed"), inputs,
+              stack);
       break;
-    }
     case 1:
       inputs.vrfs.erase(vrfId);
       stack.vrfDel(vrfId);
@@ -101,6 +157,27 @@ void randomChange(std::mt19937& rng, Inputs& inputs, StackHarness& stack) {
       stack.ruleDel(vrfId, match);
       break;
     }
+    case 7:  // a name moves to another VRF id
+      nameVrf(vrfId, pick(kVrfNames), inputs, stack);
+      break;
+    case 8:
+      reannounceWithOtherActions(rng, inputs, stack);
+      break;
+    case 9: {
+      // More rules than the walk handles in one quantum, for the walk at restart.
+      for (std::uint32_t port = 2000; port < 2000 + 150; ++port) {
+        std::string const match = "ipv4 dport =" + std::to_string(port);
+        Flowspec::FlowspecKey key;
+        key.copyInStringValue(match);
+        Flowspec::Rule rule;
+        rule.key = Flowspec::FlowspecTidalKey(vrfId, key);
+        rule.ruleId = port;
+        randomActions(rng, rule);
+        inputs.rules[{vrfId, match}] = rule;
+        stack.ruleIs(rule);
+      }
+      break;
+    }
     default: {
       std::string const match = pick(kMatches);
       Flowspec::FlowspecKey key;
@@ -108,15 +185,7 @@ void randomChange(std::mt19937& rng, Inputs& inputs, StackHarness& stack) {
       Flowspec::Rule rule;
       rule.key = Flowspec::FlowspecTidalKey(vrfId, key);
       rule.ruleId = rng() % 1000;
-      std::uint8_t const bits[] = {Flowspec::ActionFieldSet::kPermit,
-                                   Flowspec::ActionFieldSet::kDeny,
-                                   Flowspec::ActionFieldSet::kPolice,
-                                   Flowspec::ActionFieldSet::kRedirect,
-                                   Flowspec::ActionFieldSet::kDscp};
-      rule.actionFieldSet = Flowspec::ActionFieldSet(pick(bits) | pick(bits));
-      rule.trafficRateLimit = static_cast<float>(rng() % 5000);
-      rule.trafficMarkingDscp = Nwk::IpTos(static_cast<std::uint8_t>(rng() % 70));
-      rule.trafficRedirect.vrfId = 1 + rng() % 5;
+      randomActions(rng, rule);
       inputs.rules[{vrfId, match}] = rule;
       stack.ruleIs(rule);
     }
@@ -133,12 +202,20 @@ TEST(Convergence, RandomChangesEndWhereAFreshStartEnds) {
     stack.start();
     for (int step = 0; step < 150; ++step) {
       randomChange(rng, inputs, stack);
-      switch (rng() % 4) {
+      switch (rng() % 20) {
         case 0:
+        case 1:
+        case 2:
+        case 3:
           stack.runUntilIdle();
           break;
-        case 1:
+        case 4:
+        case 5:
+        case 6:
           stack.runFor(0.03);
+          break;
+        case 7:
+          stack.runFor(61.0);  // past the starvation timer
           break;
         default:
           break;  // several changes land before the loop runs
@@ -147,6 +224,10 @@ TEST(Convergence, RandomChangesEndWhereAFreshStartEnds) {
         stack.stop();
         stack.start();
       }
+    }
+    stack.settle();
+    for (int last = 0; last < 5; ++last) {  // nothing after them rebuilds the policy-maps
+      reannounceWithOtherActions(rng, inputs, stack);
     }
     stack.settle();
 

@@ -3,7 +3,7 @@
 # machine that already has every package is left alone without touching the network.
 set -euo pipefail
 
-packages=(build-essential cmake libgtest-dev libbenchmark-dev nlohmann-json3-dev)
+packages=(build-essential cmake clang clang-format libgtest-dev libbenchmark-dev nlohmann-json3-dev)
 
 missing=()
 for p in "${packages[@]}"; do

@@ -1,11 +1,17 @@
 #!/usr/bin/env bash
 # Installs the dependencies, builds everything (benchmarks included) and runs every test.
-# With --sanitize, builds and runs the suite under address and undefined-behaviour sanitizers.
+# An argument picks another build: --release (-O3) or --sanitize (address and undefined-behaviour
+# sanitizers, benchmarks left out).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
 preset=default
-[ "${1:-}" = "--sanitize" ] && preset=sanitize
+case "${1:-}" in
+  "") ;;
+  --release) preset=release ;;
+  --sanitize) preset=sanitize ;;
+  *) echo "usage: scripts/run-tests.sh [--release|--sanitize]" >&2; exit 2 ;;
+esac
 cmake --preset "$preset" >/dev/null
 cmake --build --preset "$preset"
 ctest --preset "$preset"

@@ -113,6 +113,10 @@ void FlowspecVrfConfigSm::handleInitialized() {
   in_.policyMapConfig->currCfgIs(nullptr);
   handleRuleConfig();
   handleRedirectVrfId();
+  // A VRF whose rules are all infeasible has nothing to queue, yet its policy-map must publish
+  // a first (empty) version like any other: the same outcome whichever order the VRF's name and
+  // rules arrived in.
+  schedulePolicy();
 }
 
 void FlowspecVrfConfigSm::handleRuleConfig() {

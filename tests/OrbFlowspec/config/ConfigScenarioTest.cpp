@@ -418,4 +418,25 @@ TEST_F(ConfigScenario, PerVrfStateMachineNeedsEveryInput) {
   }
 }
 
+TEST_F(ConfigScenario, VrfNamedAfterItsOnlyRuleWasFoundInfeasibleGetsAnEmptyPolicy) {
+  stack.start();
+  stack.ruleIs(8, "ipv4 dport <0");
+  stack.settle();
+  stack.vrfIs(8, "green");
+  stack.settle();
+
+  StackHarness fresh;
+  fresh.vrfIs(5, "red");
+  fresh.vrfIs(8, "green");
+  fresh.intfIs("Ethernet1", "red");
+  fresh.intfIs("Ethernet2", "blue");
+  fresh.enabledIntfIs("Ethernet1", Flowspec::IpVersion::ipv4);
+  fresh.ruleIs(8, "ipv4 dport <0");
+  fresh.start();
+  fresh.settle();
+  EXPECT_EQ(stack.outputs(), fresh.outputs());
+  ASSERT_TRUE(policy("green"));
+  EXPECT_TRUE(policy("green")->currCfg());
+}
+
 }  // namespace

@@ -55,6 +55,48 @@ void showClassMap(std::ostream& os, PolicyMap::ClassMapTypeConfig const& cmapTyp
   }
 }
 
+// How the machinery reports the policy on one interface: " (ipv4 installed, ipv6 failed: <why>)",
+// nothing before it has taken the interface up.
+std::string intfProgramming(PolicyMap::PolicyMapStatus const* programmed, std::string const& intf) {
+  auto const status = programmed ? programmed->intfStatus(Nwk::IntfId(intf)) : nullptr;
+  if (!status || status->installed().empty()) {
+    return {};
+  }
+  std::string out = " (";
+  for (auto const& [option, installed] : status->installed()) {
+    if (out.size() > 2) {
+      out += ", ";
+    }
+    out += option == PolicyMap::ClassMapMatchOption::matchIpAccessGroup ? "ipv4 " : "ipv6 ";
+    switch (installed.state) {
+      case PolicyMap::InstalledState::installed:
+        out += "installed";
+        break;
+      case PolicyMap::InstalledState::failed:
+        out += "failed: " + installed.errorText;
+        break;
+      default:
+        out += "pending";
+    }
+  }
+  return out + ")";
+}
+
+// The class's programming state over the policy's interfaces and its packet count:
+// " [installed, 12 packets]"; nothing before the machinery has taken the class up.
+std::string classProgramming(PolicyMap::PolicyMapStatus const* programmed,
+                             std::string const& className) {
+  auto const status = programmed ? programmed->cmap(className) : nullptr;
+  if (!status) {
+    return {};
+  }
+  static char const* const kStates[] = {"not programmed", "programming", "installed",
+                                        "partially installed", "failed", "removed"};
+  auto const state = static_cast<std::size_t>(status->classState());
+  return std::string(" [") + (state < std::size(kStates) ? kStates[state] : "?") + ", " +
+         std::to_string(status->packetCount()) + " packets]";
+}
+
 }  // namespace
 
 std::string showFlowspec(OrbFlowspec::FlowspecSm const& root) {
@@ -85,9 +127,10 @@ std::string showFlowspec(OrbFlowspec::FlowspecSm const& root) {
        << (vrfRuleConfig ? "" : " (no rules)") << "\n";
     auto const policy = vrfName.empty() ? nullptr : pmapType->pmap(vrfName);
     if (policy && policy->currCfg()) {
+      auto const programmed = root.pbrStatus()->pmapStatus(vrfName);
       os << "  policy-map " << vrfName << ", interfaces:";
       for (auto const& intf : boundIntfs[vrfName]) {
-        os << " " << intf;
+        os << " " << intf << intfProgramming(programmed.get(), intf);
       }
       os << (boundIntfs[vrfName].empty() ? " none\n" : "\n");
       boundIntfs.erase(vrfName);
@@ -99,7 +142,7 @@ std::string showFlowspec(OrbFlowspec::FlowspecSm const& root) {
             os << " | " << actionText(*action);
           }
         }
-        os << "\n";
+        os << classProgramming(programmed.get(), className) << "\n";
         showClassMap(os, *cmapType, className);
         shownClassMaps.insert(className);
       }

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "OrbFlowspec/root/FlowspecSm.h"
+#include "agent/Hardware.h"
 #include "agent/MountedRecords.h"
 #include "agent/Scenario.h"
 #include "agent/Show.h"
@@ -70,9 +71,9 @@ int main(int argc, char** argv) {
     }
   }
 
-  auto flowspecSm = OrbFlowspec::flowspecSmFactory(
-      records.mounts, Cog::make<PolicyMap::PolicyMapAclHelper>(), scheduler,
-      scheduler->timerWheel(), records.ocsd);
+  auto hardware = Agent::hardwareFor(records, scheduler);
+  auto flowspecSm = OrbFlowspec::flowspecSmFactory(records.mounts, hardware, scheduler,
+                                                   scheduler->timerWheel(), records.ocsd);
   bool const done = scheduler->runUntilNoWork(options.maxSeconds);
 
   std::printf("%s", Agent::showFlowspec(*flowspecSm).c_str());

@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <memory>
 #include <string>
 
 #include "OrbFlowspec/root/FlowspecSm.h"
@@ -11,6 +13,7 @@
 #include "agent/MountedRecords.h"
 #include "agent/Scenario.h"
 #include "agent/Show.h"
+#include "agent/TableMode.h"
 #include "platform/kiln/DumpContext.h"
 #include "platform/kiln/TaskScheduler.h"
 
@@ -18,7 +21,11 @@ namespace {
 
 constexpr char kUsage[] =
     "usage: flowspec-agent [--scenario FILE] [--max-seconds N] [--dump]\n"
+    "                      [--table NAME [--show-file PATH]]\n"
     "  --scenario FILE   load VRFs, interfaces, flowspec interfaces and rules from FILE (JSON)\n"
+    "  --table NAME      take the rules from the shared rule table NAME (not the scenario's) and\n"
+    "                    run until SIGINT or SIGTERM\n"
+    "  --show-file PATH  with --table: rewrite PATH with the show output whenever work is done\n"
     "  --max-seconds N   stop the event loop after N seconds even if work remains (default 60)\n"
     "  --dump            print the state machines' dumps as well\n"
     "Trace text levels: ORBFLOWSPEC_TRACE=\"Handle=level,...,*=level\".\n";
@@ -27,6 +34,8 @@ struct Options {
   std::string scenario;
   double maxSeconds = 60.0;
   bool dump = false;
+  std::string table;
+  std::string showFile;
 };
 
 bool parseOptions(int argc, char** argv, Options& options) {
@@ -34,6 +43,10 @@ bool parseOptions(int argc, char** argv, Options& options) {
     std::string const arg = argv[i];
     if (arg == "--scenario" && i + 1 < argc) {
       options.scenario = argv[++i];
+    } else if (arg == "--table" && i + 1 < argc) {
+      options.table = argv[++i];
+    } else if (arg == "--show-file" && i + 1 < argc) {
+      options.showFile = argv[++i];
     } else if (arg == "--dump") {
       options.dump = true;
     } else if (arg == "--max-seconds" && i + 1 < argc) {
@@ -46,7 +59,14 @@ bool parseOptions(int argc, char** argv, Options& options) {
       return false;
     }
   }
-  return true;
+  return options.showFile.empty() || !options.table.empty();
+}
+
+// Written whole and renamed into place, so that a reader never sees half of it.
+void writeShowFile(std::string const& path, std::string const& text) {
+  std::string const temporary = path + ".tmp";
+  std::ofstream(temporary) << text;
+  std::rename(temporary.c_str(), path.c_str());
 }
 
 }  // namespace
@@ -71,10 +91,31 @@ int main(int argc, char** argv) {
     }
   }
 
+  std::unique_ptr<Agent::SharedRuleTable> table;
+  if (!options.table.empty()) {
+    try {
+      table = std::make_unique<Agent::SharedRuleTable>(options.table, records);
+    } catch (Tidal::TableError const& e) {
+      std::fprintf(stderr, "error: %s\n", e.what());
+      return EXIT_FAILURE;
+    }
+    std::printf("table %s: %zu rules\n", options.table.c_str(), records.ruleSet->size());
+    std::fflush(stdout);
+  }
+
   auto hardware = Agent::hardwareFor(records, scheduler);
   auto flowspecSm = OrbFlowspec::flowspecSmFactory(records.mounts, hardware, scheduler,
                                                    scheduler->timerWheel(), records.ocsd);
-  bool const done = scheduler->runUntilNoWork(options.maxSeconds);
+  bool done = true;
+  if (table) {
+    Agent::runUntilSignalled(*scheduler, *table, [&] {
+      if (!options.showFile.empty()) {
+        writeShowFile(options.showFile, Agent::showFlowspec(*flowspecSm));
+      }
+    });
+  } else {
+    done = scheduler->runUntilNoWork(options.maxSeconds);
+  }
 
   std::printf("%s", Agent::showFlowspec(*flowspecSm).c_str());
   if (options.dump) {

@@ -8,5 +8,5 @@
 
 int main(int argc, char** argv) {
   std::vector<std::string> const args(argv + 1, argv + argc);
-  return Feed::runFeedCli(args, std::cout, std::cerr);
+  return Feed::runFeedCli(args, std::cin, std::cout, std::cerr);
 }

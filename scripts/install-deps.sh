@@ -3,7 +3,9 @@
 # machine that already has every package is left alone without touching the network.
 set -euo pipefail
 
-packages=(build-essential cmake clang clang-format libgtest-dev libbenchmark-dev nlohmann-json3-dev)
+# exabgp and gobgpd are the BGP speakers of the end-to-end feed test.
+packages=(build-essential cmake clang clang-format libgtest-dev libbenchmark-dev nlohmann-json3-dev
+          exabgp gobgpd)
 
 missing=()
 for p in "${packages[@]}"; do

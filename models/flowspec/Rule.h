@@ -37,6 +37,8 @@ class RuleSet : public Tidal::Table<FlowspecTidalKey, Rule> {
     void handleEntry(FlowspecTidalKey const& key) final { handleRule(key); }
   };
 
+  using Tidal::Table<FlowspecTidalKey, Rule>::Table;
+
   Rule rule(FlowspecTidalKey const& key) const { return entry(key); }
   void ruleIs(Rule const& rule) { entryIs(rule.key, rule); }
   void ruleDel(FlowspecTidalKey const& key) { entryDel(key); }

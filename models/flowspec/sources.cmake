@@ -7,4 +7,5 @@ list(APPEND MODELS_SRCS
   flowspec/FlowspecUtil.cpp
   flowspec/MatchComponent.cpp
   flowspec/NumericalRange.cpp
+  flowspec/RuleCodec.cpp
   flowspec/SanitizeMatchSet.cpp)

@@ -94,8 +94,7 @@ class PodArray {
   }
 
   // `available` elements at `data` may be read (none when `data` is null).
-  [[noreturn]] static void throwSizeError(T const* data, std::size_t count,
-                                          std::size_t available) {
+  [[noreturn]] static void throwSizeError(T const* data, std::size_t count, std::size_t available) {
     char address[32];
     std::snprintf(address, sizeof address, "0x%llx",
                   static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(data)));
@@ -118,9 +117,8 @@ class PodArray {
     if constexpr (std::is_same_v<T, bool>) {
       return element ? "0x1" : "0x0";
     } else if constexpr (std::is_integral_v<T> || std::is_enum_v<T>) {
-      using Unsigned = std::make_unsigned_t<
-          typename std::conditional_t<std::is_enum_v<T>, std::underlying_type<T>,
-                                      std::type_identity<T>>::type>;
+      using Unsigned = std::make_unsigned_t<typename std::conditional_t<
+          std::is_enum_v<T>, std::underlying_type<T>, std::type_identity<T>>::type>;
       std::snprintf(text, sizeof text, "0x%llx",
                     static_cast<unsigned long long>(static_cast<Unsigned>(element)));
       return text;
@@ -143,7 +141,5 @@ class PodArray {
 
 template <class T, std::size_t N>
 struct std::hash<Tidal::PodArray<T, N>> {
-  std::size_t operator()(Tidal::PodArray<T, N> const& array) const noexcept {
-    return array.hash();
-  }
+  std::size_t operator()(Tidal::PodArray<T, N> const& array) const noexcept { return array.hash(); }
 };

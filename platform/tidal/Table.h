@@ -41,8 +41,8 @@ class Table : public Cog::Entity {
     }
   };
 
-  explicit Table(std::unique_ptr<Backing<K, V>> backing =
-                     std::make_unique<InProcessBacking<K, V>>())
+  explicit Table(
+      std::unique_ptr<Backing<K, V>> backing = std::make_unique<InProcessBacking<K, V>>())
       : backing_(std::move(backing)) {}
 
   V entry(K const& key) const {
@@ -75,6 +75,10 @@ class Table : public Cog::Entity {
       this->notify(&Reactor::handleEntry, copy);
     }
   }
+
+  // Notifies a change that reached the backing from outside this process (a reader of a
+  // shared-memory table applying the writer's changes), as entryIs() would have.
+  void entryChanged(K const& key) { this->notify(&Reactor::handleEntry, key); }
 
   std::optional<K> firstKey() const { return backing_->firstAtOrAfter(nullptr); }
   std::optional<K> nextKey(K const& after) const { return backing_->firstAfter(after); }

@@ -35,9 +35,10 @@ TEST(FeedCli, DecodeModePrintsTheRuleOrTheErrorWithItsExitStatus) {
       {{"--decode", "ipv4"}, 2, "", "usage: flowspec-feed"},
   };
   for (auto const& c : cases) {
+    std::istringstream in;
     std::ostringstream out;
     std::ostringstream err;
-    EXPECT_EQ(Feed::runFeedCli(c.args, out, err), c.status) << c.args.back();
+    EXPECT_EQ(Feed::runFeedCli(c.args, in, out, err), c.status) << c.args.back();
     EXPECT_EQ(out.str(), c.out);
     EXPECT_EQ(err.str().substr(0, std::string(c.err).size()), c.err);
     EXPECT_EQ(err.str().empty(), std::string(c.err).empty());

@@ -71,8 +71,9 @@ JsonText parseJsonText(std::string const& text) {
   }
   auto const [line, column] = lineAndColumn(text, parser.position());
   result.value = Json();
-  result.error = std::string(parser.outOfRange() ? "JSON number out of range" : "JSON syntax error") +
-                 " at line " + std::to_string(line) + ", column " + std::to_string(column);
+  result.error =
+      std::string(parser.outOfRange() ? "JSON number out of range" : "JSON syntax error") +
+      " at line " + std::to_string(line) + ", column " + std::to_string(column);
   return result;
 }
 

@@ -44,17 +44,15 @@ class Loader {
       return;
     }
     knownKeys(scenario, "scenario", {"vrfs", "interfaces", "flowspec", "rules"});
-    forEach(scenario, "vrfs", "vrfs", [this](Json const& item, std::string const& where) {
-      loadVrf(item, where);
-    });
+    forEach(scenario, "vrfs", "vrfs",
+            [this](Json const& item, std::string const& where) { loadVrf(item, where); });
     forEach(scenario, "interfaces", "interfaces",
             [this](Json const& item, std::string const& where) { loadInterface(item, where); });
     if (auto const it = scenario.find("flowspec"); it != scenario.end()) {
       loadFlowspec(*it);
     }
-    forEach(scenario, "rules", "rules", [this](Json const& item, std::string const& where) {
-      loadRule(item, where);
-    });
+    forEach(scenario, "rules", "rules",
+            [this](Json const& item, std::string const& where) { loadRule(item, where); });
   }
 
  private:
@@ -117,8 +115,7 @@ class Loader {
     return &*it;
   }
 
-  std::optional<std::string> string(Json const& item, char const* field,
-                                    std::string const& where) {
+  std::optional<std::string> string(Json const& item, char const* field, std::string const& where) {
     Json const* value = required(item, field, where);
     if (!value) {
       return std::nullopt;
@@ -160,8 +157,8 @@ class Loader {
     if (ref.is_number_unsigned() && ref.get<std::uint64_t>() < Vrf::VrfIdMap::kInvalidVrfId) {
       auto const id = static_cast<VrfId>(ref.get<std::uint64_t>());
       if (!vrfNames_.contains(id)) {
-        pendingWarnings_.emplace_back(where, "VRF id " + std::to_string(id) +
-                                                 " is not declared in \"vrfs\"");
+        pendingWarnings_.emplace_back(
+            where, "VRF id " + std::to_string(id) + " is not declared in \"vrfs\"");
       }
       return id;
     }
@@ -188,8 +185,8 @@ class Loader {
     }
     auto const vrfId = static_cast<VrfId>(*id);
     if (auto const it = vrfNames_.find(vrfId); it != vrfNames_.end()) {
-      error(where + ".id", "duplicate VRF id " + std::to_string(vrfId) + " (also " +
-                               it->second.second + ")");
+      error(where + ".id",
+            "duplicate VRF id " + std::to_string(vrfId) + " (also " + it->second.second + ")");
       return;
     }
     if (auto const it = vrfIds_.find(*name); it != vrfIds_.end()) {
@@ -251,10 +248,9 @@ class Loader {
         error("flowspec.allInterfaces", "expected true or false");
       }
     }
-    forEach(flowspec, "interfaces", "flowspec.interfaces",
-            [this](Json const& item, std::string const& where) {
-              loadEnabledInterface(item, where);
-            });
+    forEach(
+        flowspec, "interfaces", "flowspec.interfaces",
+        [this](Json const& item, std::string const& where) { loadEnabledInterface(item, where); });
   }
 
   void loadEnabledInterface(Json const& item, std::string const& where) {
@@ -291,8 +287,9 @@ class Loader {
     }
     Json const* vrfJson = required(item, "vrf", where);
     auto const vrf = vrfJson ? vrfRef(*vrfJson, where + ".vrf") : std::nullopt;
-    auto const id = vrf ? unsignedField(item, "id", where, std::numeric_limits<std::uint64_t>::max())
-                        : std::nullopt;
+    auto const id =
+        vrf ? unsignedField(item, "id", where, std::numeric_limits<std::uint64_t>::max())
+            : std::nullopt;
     auto const match = id ? string(item, "match", where) : std::nullopt;
     if (!match) {
       return;
@@ -313,8 +310,8 @@ class Loader {
     }
     auto const [it, inserted] = rules_.emplace(rule.key, where);
     if (!inserted) {
-      error(where + ".match", "duplicate rule in VRF " + std::to_string(*vrf) + " (also " +
-                                  it->second + ")");
+      error(where + ".match",
+            "duplicate rule in VRF " + std::to_string(*vrf) + " (also " + it->second + ")");
       return;
     }
     for (auto const& [path, what] : pendingWarnings_) {
@@ -330,8 +327,8 @@ class Loader {
       return false;
     }
     std::uint8_t bits = 0;
-    for (auto const& [name, bit] : {std::pair<char const*, std::uint8_t>{"permit", 0x02},
-                                    {"deny", 0x04}}) {
+    for (auto const& [name, bit] :
+         {std::pair<char const*, std::uint8_t>{"permit", 0x02}, {"deny", 0x04}}) {
       if (auto const it = actions.find(name); it != actions.end()) {
         if (!it->is_boolean()) {
           error(where + "." + name, "expected true or false");

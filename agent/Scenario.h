@@ -29,8 +29,8 @@ struct ScenarioResult {
 // interfaces). A scenario holds:
 //   "vrfs":       [{"id": 1, "name": "red"}, ...]
 //   "interfaces": [{"name": "Ethernet1", "vrf": "red"}, ...]
-//   "flowspec":   {"interfaces": [{"name": "Ethernet1", "ipVersion": "ipv4"}], "allInterfaces": false}
-//   "rules":      [{"vrf": "red" or 1, "id": 7, "match": "ipv4 dst 10.0.0.0/8 dport =80",
+//   "flowspec":   {"interfaces": [{"name": "Ethernet1", "ipVersion": "ipv4"}], "allInterfaces":
+//   false} "rules":      [{"vrf": "red" or 1, "id": 7, "match": "ipv4 dst 10.0.0.0/8 dport =80",
 //                   "actions": {"permit": true, "deny": true, "police": 1000.0, "dscp": 46,
 //                               "redirect": {"vrf": "blue" or 2, "nexthop": "10.1.1.1"}}}]
 // The match uses the rule text syntax of Flowspec::FlowspecKey. Input is untrusted: an item

@@ -75,10 +75,11 @@ int main(int argc, char** argv) {
   bool refused = false;
   if (!options.scenario.empty()) {
     Agent::ScenarioResult const loaded = Agent::loadScenarioFile(options.scenario, records);
-    std::printf("scenario %s: %zu VRFs, %zu interfaces, %zu flowspec interfaces, %zu rules, "
-                "%zu errors, %zu warnings\n",
-                options.scenario.c_str(), loaded.vrfs, loaded.interfaces,
-                loaded.enabledInterfaces, loaded.rules, loaded.errors.size(), loaded.warnings.size());
+    std::printf(
+        "scenario %s: %zu VRFs, %zu interfaces, %zu flowspec interfaces, %zu rules, "
+        "%zu errors, %zu warnings\n",
+        options.scenario.c_str(), loaded.vrfs, loaded.interfaces, loaded.enabledInterfaces,
+        loaded.rules, loaded.errors.size(), loaded.warnings.size());
     for (auto const& error : loaded.errors) {
       std::printf("  error: %s\n", error.c_str());
     }
@@ -88,9 +89,9 @@ int main(int argc, char** argv) {
     refused = !loaded.errors.empty();
   }
 
-  auto flowspecSm = OrbFlowspec::flowspecSmFactory(
-      records.mounts, Cog::make<PolicyMap::PolicyMapAclHelper>(), scheduler,
-      scheduler->timerWheel(), records.ocsd);
+  auto flowspecSm =
+      OrbFlowspec::flowspecSmFactory(records.mounts, Cog::make<PolicyMap::PolicyMapAclHelper>(),
+                                     scheduler, scheduler->timerWheel(), records.ocsd);
   bool const done = scheduler->runUntilNoWork(options.maxSeconds);
 
   std::printf("%s", Agent::showFlowspec(*flowspecSm).c_str());

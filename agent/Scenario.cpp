@@ -5,7 +5,6 @@
 #include <limits>
 #include <map>
 #include <optional>
-#include <set>
 #include <string_view>
 
 #include "agent/JsonText.h"

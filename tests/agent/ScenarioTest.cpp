@@ -230,7 +230,7 @@ TEST(AgentScenario, PoliceRateMustFitBitsPerSecond) {
       {"1000.5", 1000.5f},
       {"18446744073709551615", std::nullopt},
       {"2305843009213693952", std::nullopt},            // 2^61: bits per second would be 2^64
-      {"2305843009213693951", std::nullopt},            // rounds up to 2^61 as a float
+      {"2305843009213693951", std::nullopt},            // rounds to 2^61
       {"2305842871774740480", 2305842871774740480.0f},  // the largest float below 2^61
       {"-1", std::nullopt},
       {"-1e-30", std::nullopt},

@@ -1,11 +1,15 @@
 #include "agent/Scenario.h"
 
-#include <fstream>
+#include <algorithm>
+#include <initializer_list>
 #include <limits>
-#include <nlohmann/json.hpp>
+#include <map>
 #include <optional>
-#include <sstream>
+#include <string_view>
 
+#include "agent/JsonText.h"
+#include "agent/QuotedText.h"
+#include "agent/RegularFile.h"
 #include "platform/trace/Trace.h"
 
 namespace Agent {
@@ -14,93 +18,155 @@ namespace {
 
 Trace::Handle gTrace("Agent");
 using Json = nlohmann::json;
+using VrfId = Vrf::VrfIdMap::VrfId;
 
 constexpr std::size_t kMaxVrfNameLength = 100;
+// Rates are held as a float of bytes per second and programmed as a 64-bit count of bits per
+// second: a rate must stay below 2^64 / 8 once it is a float.
+constexpr double kPoliceRateLimit = 2305843009213693952.0;  // 2^61
+constexpr std::size_t kMaxMessageChars = 160;
 
+bool validVrfName(std::string const& name) {
+  return !name.empty() && name.size() <= kMaxVrfNameLength && !hasControlCharacter(name);
+}
+
+// Validates every item before it touches the records, so that an item is installed whole or
+// not at all. Items are loaded in a fixed order (VRFs, interfaces, flowspec, rules) whatever the
+// key order of the file, so rules can name the VRFs declared in the same scenario.
 class Loader {
  public:
   Loader(MountedRecords& records, ScenarioResult& result) : records_(records), result_(result) {}
 
   void load(Json const& scenario) {
     if (!scenario.is_object()) {
-      error("scenario", "expected a JSON object");
+      error("scenario", "expected an object");
       return;
     }
-    forEach(scenario, "vrfs", [this](Json const& item, std::string const& where) {
-      loadVrf(item, where);
-    });
-    forEach(scenario, "interfaces", [this](Json const& item, std::string const& where) {
-      loadInterface(item, where);
-    });
+    knownKeys(scenario, "scenario", {"vrfs", "interfaces", "flowspec", "rules"});
+    forEach(scenario, "vrfs", "vrfs",
+            [this](Json const& item, std::string const& where) { loadVrf(item, where); });
+    forEach(scenario, "interfaces", "interfaces",
+            [this](Json const& item, std::string const& where) { loadInterface(item, where); });
     if (auto const it = scenario.find("flowspec"); it != scenario.end()) {
       loadFlowspec(*it);
     }
-    forEach(scenario, "rules", [this](Json const& item, std::string const& where) {
-      loadRule(item, where);
-    });
+    forEach(scenario, "rules", "rules",
+            [this](Json const& item, std::string const& where) { loadRule(item, where); });
   }
 
  private:
   template <class F>
-  void forEach(Json const& parent, char const* name, F&& load) {
+  void forEach(Json const& parent, char const* name, std::string const& path, F&& load) {
     auto const it = parent.find(name);
     if (it == parent.end()) {
       return;
     }
     if (!it->is_array()) {
-      error(name, "expected an array");
+      error(path, "expected an array");
       return;
     }
     for (std::size_t i = 0; i < it->size(); ++i) {
-      load((*it)[i], std::string(name) + "[" + std::to_string(i) + "]");
+      load((*it)[i], path + "[" + std::to_string(i) + "]");
     }
   }
 
   void error(std::string const& where, std::string const& what) {
     std::string const line = where + ": " + what;
-    TRACE(gTrace, 0, "scenario ", line);
+    TRACE(gTrace, 0, "scenario error: ", line);
     result_.errors.push_back(line);
   }
 
-  std::optional<std::string> string(Json const& item, char const* field, std::string const& where) {
+  void warning(std::string const& where, std::string const& what) {
+    std::string const line = where + ": " + what;
+    TRACE(gTrace, 0, "scenario warning: ", line);
+    result_.warnings.push_back(line);
+  }
+
+  // Reports every key of `object` not in `keys`; false when there was one.
+  bool knownKeys(Json const& object, std::string const& where,
+                 std::initializer_list<std::string_view> keys) {
+    bool known = true;
+    for (auto const& [key, value] : object.items()) {
+      if (std::find(keys.begin(), keys.end(), key) == keys.end()) {
+        error(where, "unknown key " + quotedValue(key));
+        known = false;
+      }
+    }
+    return known;
+  }
+
+  // An object item with only the given keys.
+  bool itemObject(Json const& item, std::string const& where,
+                  std::initializer_list<std::string_view> keys) {
     if (!item.is_object()) {
       error(where, "expected an object");
-      return std::nullopt;
+      return false;
     }
+    return knownKeys(item, where, keys);
+  }
+
+  Json const* required(Json const& item, char const* field, std::string const& where) {
     auto const it = item.find(field);
-    if (it == item.end() || !it->is_string()) {
-      error(where, std::string("expected a string \"") + field + "\"");
+    if (it == item.end()) {
+      error(where, std::string("missing \"") + field + "\"");
+      return nullptr;
+    }
+    return &*it;
+  }
+
+  std::optional<std::string> string(Json const& item, char const* field, std::string const& where) {
+    Json const* value = required(item, field, where);
+    if (!value) {
       return std::nullopt;
     }
-    return it->get<std::string>();
+    if (!value->is_string()) {
+      error(where + "." + field, "expected a string");
+      return std::nullopt;
+    }
+    return value->get<std::string>();
   }
 
   std::optional<std::uint64_t> unsignedField(Json const& item, char const* field,
                                              std::string const& where, std::uint64_t max) {
-    if (!item.is_object()) {
-      error(where, "expected an object");
+    Json const* value = required(item, field, where);
+    if (!value) {
       return std::nullopt;
     }
-    auto const it = item.find(field);
-    if (it == item.end() || !it->is_number_unsigned() || it->get<std::uint64_t>() > max) {
-      error(where, std::string("expected \"") + field + "\" as a number from 0 to " +
-                       std::to_string(max));
+    if (!value->is_number_unsigned() || value->get<std::uint64_t>() > max) {
+      error(where + "." + field, "expected a number from 0 to " + std::to_string(max));
       return std::nullopt;
     }
-    return it->get<std::uint64_t>();
+    return value->get<std::uint64_t>();
   }
 
-  // A VRF given by id (a number) or by a name declared in "vrfs".
-  std::optional<Vrf::VrfIdMap::VrfId> vrfRef(Json const& ref, std::string const& where) {
+  std::optional<std::string> vrfName(Json const& item, char const* field,
+                                     std::string const& where) {
+    auto name = string(item, field, where);
+    if (name && !validVrfName(*name)) {
+      error(where + "." + field,
+            "a VRF name has 1 to 100 characters, none a control character: " + quotedValue(*name));
+      return std::nullopt;
+    }
+    return name;
+  }
+
+  // A VRF given by id (a number; one the scenario does not declare is a warning) or by a name
+  // declared in "vrfs".
+  std::optional<VrfId> vrfRef(Json const& ref, std::string const& where) {
     if (ref.is_number_unsigned() && ref.get<std::uint64_t>() < Vrf::VrfIdMap::kInvalidVrfId) {
-      return static_cast<Vrf::VrfIdMap::VrfId>(ref.get<std::uint64_t>());
+      auto const id = static_cast<VrfId>(ref.get<std::uint64_t>());
+      if (!vrfNames_.contains(id)) {
+        pendingWarnings_.emplace_back(
+            where, "VRF id " + std::to_string(id) + " is not declared in \"vrfs\"");
+      }
+      return id;
     }
     if (ref.is_string()) {
       auto const it = vrfIds_.find(ref.get<std::string>());
       if (it != vrfIds_.end()) {
-        return it->second;
+        return it->second.first;
       }
-      error(where, "unknown VRF \"" + ref.get<std::string>() + "\"");
+      error(where, "unknown VRF " + quotedValue(ref.get<std::string>()));
       return std::nullopt;
     }
     error(where, "expected a VRF id below 16777215 or a declared VRF name");
@@ -108,29 +174,60 @@ class Loader {
   }
 
   void loadVrf(Json const& item, std::string const& where) {
+    if (!itemObject(item, where, {"id", "name"})) {
+      return;
+    }
     auto const id = unsignedField(item, "id", where, Vrf::VrfIdMap::kInvalidVrfId - 1);
-    auto const name = id ? string(item, "name", where) : std::nullopt;
+    auto const name = id ? vrfName(item, "name", where) : std::nullopt;
     if (!name) {
       return;
     }
-    if (name->empty() || name->size() > kMaxVrfNameLength) {
-      error(where, "a VRF name has 1 to 100 characters");
+    auto const vrfId = static_cast<VrfId>(*id);
+    if (auto const it = vrfNames_.find(vrfId); it != vrfNames_.end()) {
+      error(where + ".id",
+            "duplicate VRF id " + std::to_string(vrfId) + " (also " + it->second.second + ")");
       return;
     }
-    vrfIds_[*name] = static_cast<Vrf::VrfIdMap::VrfId>(*id);
-    records_.vrfIdStatus->vrfEntryIs(static_cast<Vrf::VrfIdMap::VrfId>(*id), *name);
+    if (auto const it = vrfIds_.find(*name); it != vrfIds_.end()) {
+      error(where + ".name",
+            "duplicate VRF name " + quotedValue(*name) + " (also " + it->second.second + ")");
+      return;
+    }
+    vrfIds_.emplace(*name, std::make_pair(vrfId, where));
+    vrfNames_.emplace(vrfId, std::make_pair(*name, where));
+    records_.vrfIdStatus->vrfEntryIs(vrfId, *name);
     ++result_.vrfs;
   }
 
-  void loadInterface(Json const& item, std::string const& where) {
+  std::optional<Nwk::IntfId> intfName(Json const& item, std::string const& where) {
     auto const name = string(item, "name", where);
-    auto const vrf = name ? string(item, "vrf", where) : std::nullopt;
-    if (!vrf) {
+    if (!name) {
+      return std::nullopt;
+    }
+    auto intf = Nwk::IntfId::parse(*name);
+    if (!intf) {
+      error(where + ".name", "invalid interface name " + quotedValue(*name));
+    }
+    return intf;
+  }
+
+  bool unique(std::map<Nwk::IntfId, std::string>& seen, Nwk::IntfId const& intf,
+              std::string const& where) {
+    auto const [it, inserted] = seen.emplace(intf, where);
+    if (!inserted) {
+      error(where + ".name",
+            "duplicate interface " + quotedValue(intf.name()) + " (also " + it->second + ")");
+    }
+    return inserted;
+  }
+
+  void loadInterface(Json const& item, std::string const& where) {
+    if (!itemObject(item, where, {"name", "vrf"})) {
       return;
     }
-    auto const intf = Nwk::IntfId::parse(*name);
-    if (!intf) {
-      error(where, "invalid interface name");
+    auto const intf = intfName(item, where);
+    auto const vrf = intf ? vrfName(item, "vrf", where) : std::nullopt;
+    if (!vrf || !unique(interfaces_, *intf, where)) {
       return;
     }
     records_.l3StatusDir->intfStatusIs(*intf)->vrfIs(*vrf);
@@ -142,6 +239,7 @@ class Loader {
       error("flowspec", "expected an object");
       return;
     }
+    knownKeys(flowspec, "flowspec", {"interfaces", "allInterfaces"});
     if (auto const all = flowspec.find("allInterfaces"); all != flowspec.end()) {
       if (all->is_boolean()) {
         records_.config->enabledIntfAllIs(all->get<bool>());
@@ -149,41 +247,48 @@ class Loader {
         error("flowspec.allInterfaces", "expected true or false");
       }
     }
-    forEach(flowspec, "interfaces", [this](Json const& item, std::string const& where) {
-      auto const name = string(item, "name", "flowspec." + where);
-      if (!name) {
-        return;
-      }
-      auto const intf = Nwk::IntfId::parse(*name);
-      if (!intf) {
-        error("flowspec." + where, "invalid interface name");
-        return;
-      }
-      std::string const version = item.value("ipVersion", std::string("both"));
-      Flowspec::IpVersion ipVersion;
-      if (version == "ipv4") {
+    forEach(
+        flowspec, "interfaces", "flowspec.interfaces",
+        [this](Json const& item, std::string const& where) { loadEnabledInterface(item, where); });
+  }
+
+  void loadEnabledInterface(Json const& item, std::string const& where) {
+    if (!itemObject(item, where, {"name", "ipVersion"})) {
+      return;
+    }
+    auto const intf = intfName(item, where);
+    if (!intf) {
+      return;
+    }
+    Flowspec::IpVersion ipVersion = Flowspec::IpVersion::ipv4AndIpv6;
+    if (auto const version = item.find("ipVersion"); version != item.end()) {
+      std::string const text = version->is_string() ? version->get<std::string>() : "";
+      if (text == "ipv4") {
         ipVersion = Flowspec::IpVersion::ipv4;
-      } else if (version == "ipv6") {
+      } else if (text == "ipv6") {
         ipVersion = Flowspec::IpVersion::ipv6;
-      } else if (version == "both") {
-        ipVersion = Flowspec::IpVersion::ipv4AndIpv6;
-      } else {
-        error("flowspec." + where, "ipVersion is ipv4, ipv6 or both");
+      } else if (text != "both") {
+        error(where + ".ipVersion", "expected \"ipv4\", \"ipv6\" or \"both\"");
         return;
       }
-      records_.cliConfig->enabledIntfIs(*intf, ipVersion);
-      ++result_.enabledInterfaces;
-    });
+    }
+    if (!unique(enabledInterfaces_, *intf, where)) {
+      return;
+    }
+    records_.cliConfig->enabledIntfIs(*intf, ipVersion);
+    ++result_.enabledInterfaces;
   }
 
   void loadRule(Json const& item, std::string const& where) {
-    if (!item.is_object() || !item.contains("vrf")) {
-      error(where, "expected an object with \"vrf\", \"id\" and \"match\"");
+    pendingWarnings_.clear();
+    if (!itemObject(item, where, {"vrf", "id", "match", "actions"})) {
       return;
     }
-    auto const vrf = vrfRef(item["vrf"], where + ".vrf");
-    auto const id = vrf ? unsignedField(item, "id", where, std::numeric_limits<std::uint64_t>::max())
-                        : std::nullopt;
+    Json const* vrfJson = required(item, "vrf", where);
+    auto const vrf = vrfJson ? vrfRef(*vrfJson, where + ".vrf") : std::nullopt;
+    auto const id =
+        vrf ? unsignedField(item, "id", where, std::numeric_limits<std::uint64_t>::max())
+            : std::nullopt;
     auto const match = id ? string(item, "match", where) : std::nullopt;
     if (!match) {
       return;
@@ -191,7 +296,7 @@ class Loader {
     std::string parseError;
     auto const key = Flowspec::FlowspecKey::parse(*match, &parseError);
     if (!key) {
-      error(where + ".match", parseError);
+      error(where + ".match", escaped(parseError, kMaxMessageChars));
       return;
     }
     Flowspec::Rule rule;
@@ -202,19 +307,27 @@ class Loader {
         return;
       }
     }
+    auto const [it, inserted] = rules_.emplace(rule.key, where);
+    if (!inserted) {
+      error(where + ".match",
+            "duplicate rule in VRF " + std::to_string(*vrf) + " (also " + it->second + ")");
+      return;
+    }
+    for (auto const& [path, what] : pendingWarnings_) {
+      warning(path, what);
+    }
     records_.ruleSet->ruleIs(rule);
     ++result_.rules;
   }
 
   bool loadActions(Json const& actions, std::string const& where, Nwk::AddressFamily af,
                    Flowspec::Rule& rule) {
-    if (!actions.is_object()) {
-      error(where, "expected an object");
+    if (!itemObject(actions, where, {"permit", "deny", "police", "dscp", "redirect"})) {
       return false;
     }
     std::uint8_t bits = 0;
-    for (auto const& [name, bit] : {std::pair<char const*, std::uint8_t>{"permit", 0x02},
-                                    {"deny", 0x04}}) {
+    for (auto const& [name, bit] :
+         {std::pair<char const*, std::uint8_t>{"permit", 0x02}, {"deny", 0x04}}) {
       if (auto const it = actions.find(name); it != actions.end()) {
         if (!it->is_boolean()) {
           error(where + "." + name, "expected true or false");
@@ -224,39 +337,26 @@ class Loader {
       }
     }
     if (auto const police = actions.find("police"); police != actions.end()) {
-      if (!police->is_number() || police->get<double>() < 0) {
-        error(where + ".police", "expected a rate in bytes per second");
+      auto const rate = policeRate(*police);
+      if (!rate) {
+        error(where + ".police",
+              "expected a rate in bytes per second, at least 0 and below 2305843009213693952");
         return false;
       }
       bits |= Flowspec::ActionFieldSet::kPolice;
-      rule.trafficRateLimit = police->get<float>();
+      rule.trafficRateLimit = *rate;
     }
     if (auto const dscp = actions.find("dscp"); dscp != actions.end()) {
-      if (!dscp->is_number_unsigned() || dscp->get<std::uint64_t>() > 255) {
-        error(where + ".dscp", "expected a number from 0 to 255");
+      if (!dscp->is_number_unsigned() || dscp->get<std::uint64_t>() > 63) {
+        error(where + ".dscp", "expected a number from 0 to 63");
         return false;
       }
       bits |= Flowspec::ActionFieldSet::kDscp;
       rule.trafficMarkingDscp = Nwk::IpTos(static_cast<std::uint8_t>(dscp->get<std::uint64_t>()));
     }
     if (auto const redirect = actions.find("redirect"); redirect != actions.end()) {
-      if (!redirect->is_object() || !redirect->contains("vrf")) {
-        error(where + ".redirect", "expected {\"vrf\": ..., \"nexthop\": ...}");
+      if (!loadRedirect(*redirect, where + ".redirect", af, rule)) {
         return false;
-      }
-      auto const vrf = vrfRef((*redirect)["vrf"], where + ".redirect.vrf");
-      if (!vrf) {
-        return false;
-      }
-      rule.trafficRedirect.vrfId = *vrf;
-      if (auto const nexthop = redirect->find("nexthop"); nexthop != redirect->end()) {
-        auto const address =
-            nexthop->is_string() ? Nwk::IpGenAddr::parse(nexthop->get<std::string>()) : std::nullopt;
-        if (!address || address->af() != af) {
-          error(where + ".redirect.nexthop", "expected an address of the rule's family");
-          return false;
-        }
-        rule.trafficRedirect.address = *address;
       }
       bits |= Flowspec::ActionFieldSet::kRedirect;
     }
@@ -264,37 +364,80 @@ class Loader {
     return true;
   }
 
+  static std::optional<float> policeRate(Json const& value) {
+    if (!value.is_number()) {
+      return std::nullopt;
+    }
+    double const rate = value.get<double>();
+    // The first test also refuses NaN; the float conversion is defined once below the limit.
+    if (!(rate >= 0.0 && rate < kPoliceRateLimit)) {
+      return std::nullopt;
+    }
+    float const held = static_cast<float>(rate);
+    if (!(static_cast<double>(held) < kPoliceRateLimit)) {
+      return std::nullopt;
+    }
+    return held + 0.0f;  // -0 as +0
+  }
+
+  bool loadRedirect(Json const& redirect, std::string const& where, Nwk::AddressFamily af,
+                    Flowspec::Rule& rule) {
+    if (!itemObject(redirect, where, {"vrf", "nexthop"})) {
+      return false;
+    }
+    Json const* vrfJson = required(redirect, "vrf", where);
+    auto const vrf = vrfJson ? vrfRef(*vrfJson, where + ".vrf") : std::nullopt;
+    if (!vrf) {
+      return false;
+    }
+    rule.trafficRedirect.vrfId = *vrf;
+    if (auto const nexthop = redirect.find("nexthop"); nexthop != redirect.end()) {
+      auto const address =
+          nexthop->is_string() ? Nwk::IpGenAddr::parse(nexthop->get<std::string>()) : std::nullopt;
+      if (!address || address->af() != af) {
+        error(where + ".nexthop", "expected an address of the rule's family");
+        return false;
+      }
+      rule.trafficRedirect.address = *address;
+    }
+    return true;
+  }
+
   MountedRecords& records_;
   ScenarioResult& result_;
-  std::map<std::string, Vrf::VrfIdMap::VrfId> vrfIds_;
+  // Declared VRFs, each with the path of its item.
+  std::map<std::string, std::pair<VrfId, std::string>> vrfIds_;
+  std::map<VrfId, std::pair<std::string, std::string>> vrfNames_;
+  std::map<Nwk::IntfId, std::string> interfaces_;
+  std::map<Nwk::IntfId, std::string> enabledInterfaces_;
+  std::map<Flowspec::FlowspecTidalKey, std::string> rules_;
+  // Warnings of the rule being loaded, reported only if it loads.
+  std::vector<std::pair<std::string, std::string>> pendingWarnings_;
 };
 
 }  // namespace
 
 ScenarioResult loadScenario(std::string const& text, MountedRecords& records) {
   ScenarioResult result;
-  Json const scenario = Json::parse(text, nullptr, /*allow_exceptions=*/false);
-  Loader loader(records, result);
-  if (scenario.is_discarded()) {
-    TRACE(gTrace, 0, "scenario: not valid JSON");
-    result.errors.push_back("scenario: not valid JSON");
+  JsonText const parsed = parseJsonText(text);
+  if (!parsed.error.empty()) {
+    result.errors.push_back("scenario: " + parsed.error);
+    TRACE(gTrace, 0, result.errors.back());
     return result;
   }
-  loader.load(scenario);
+  Loader(records, result).load(parsed.value);
   return result;
 }
 
 ScenarioResult loadScenarioFile(std::string const& path, MountedRecords& records) {
-  std::ifstream file(path);
-  if (!file) {
+  FileContent const file = readRegularFile(path, kMaxScenarioBytes);
+  if (!file.text) {
     ScenarioResult result;
-    result.errors.push_back(path + ": cannot be read");
-    TRACE(gTrace, 0, path, ": cannot be read");
+    result.errors.push_back(escaped(path, 4096) + ": " + file.error);
+    TRACE(gTrace, 0, result.errors.back());
     return result;
   }
-  std::ostringstream text;
-  text << file.rdbuf();
-  return loadScenario(text.str(), records);
+  return loadScenario(*file.text, records);
 }
 
 }  // namespace Agent

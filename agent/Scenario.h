@@ -8,14 +8,20 @@
 
 namespace Agent {
 
+// A scenario file larger than this is refused unread.
+inline constexpr std::size_t kMaxScenarioBytes = std::size_t{256} << 20;
+
 // What loading a scenario did.
 struct ScenarioResult {
   std::size_t vrfs = 0;
   std::size_t interfaces = 0;
   std::size_t enabledInterfaces = 0;
   std::size_t rules = 0;
-  // One line per item that was skipped, naming where it is and what is wrong.
+  // One line per item that was refused, "<JSON path>: <what is wrong>"; the rest loaded.
   std::vector<std::string> errors;
+  // One line per item that loaded but refers to what the scenario does not declare (a VRF id
+  // that only appears later, say): the system acts on it once that appears.
+  std::vector<std::string> warnings;
 };
 
 // Loads a scenario (JSON) into the mounted records, playing the parts of the routing process
@@ -23,13 +29,16 @@ struct ScenarioResult {
 // interfaces). A scenario holds:
 //   "vrfs":       [{"id": 1, "name": "red"}, ...]
 //   "interfaces": [{"name": "Ethernet1", "vrf": "red"}, ...]
-//   "flowspec":   {"interfaces": [{"name": "Ethernet1", "ipVersion": "ipv4"}], "allInterfaces": false}
-//   "rules":      [{"vrf": "red" or 1, "id": 7, "match": "ipv4 dst 10.0.0.0/8 dport =80",
+//   "flowspec":   {"interfaces": [{"name": "Ethernet1", "ipVersion": "ipv4"}], "allInterfaces":
+//   false} "rules":      [{"vrf": "red" or 1, "id": 7, "match": "ipv4 dst 10.0.0.0/8 dport =80",
 //                   "actions": {"permit": true, "deny": true, "police": 1000.0, "dscp": 46,
 //                               "redirect": {"vrf": "blue" or 2, "nexthop": "10.1.1.1"}}}]
 // The match uses the rule text syntax of Flowspec::FlowspecKey. Input is untrusted: an item
-// that is wrong is skipped with an error (also traced at level 0) and the rest still loads.
+// that is wrong in any way (an unknown key, a value out of range, a duplicate of an earlier
+// item) is not installed at all and gets an error (also traced at level 0); the rest still
+// loads. An unknown key of the scenario or of "flowspec" is an error of that key alone.
 ScenarioResult loadScenario(std::string const& text, MountedRecords& records);
+// Refuses a path that is not a regular file of at most kMaxScenarioBytes, unread.
 ScenarioResult loadScenarioFile(std::string const& path, MountedRecords& records);
 
 }  // namespace Agent

@@ -20,7 +20,7 @@
 namespace {
 
 constexpr char kUsage[] =
-    "usage: flowspec-agent [--scenario FILE] [--max-seconds N] [--dump]\n"
+    "usage: flowspec-agent [--scenario FILE] [--max-seconds N] [--dump] [--help]\n"
     "                      [--table NAME [--show-file PATH]]\n"
     "  --scenario FILE   load VRFs, interfaces, flowspec interfaces and rules from FILE (JSON)\n"
     "  --table NAME      take the rules from the shared rule table NAME (not the scenario's) and\n"
@@ -28,7 +28,13 @@ constexpr char kUsage[] =
     "  --show-file PATH  with --table: rewrite PATH with the show output whenever work is done\n"
     "  --max-seconds N   stop the event loop after N seconds even if work remains (default 60)\n"
     "  --dump            print the state machines' dumps as well\n"
+    "  --help            print this text\n"
+    "Exit status: 0 when the scenario loaded without error (warnings allowed), 1 when some item\n"
+    "of it was refused (the rest still ran), 2 for a usage error.\n"
     "Trace text levels: ORBFLOWSPEC_TRACE=\"Handle=level,...,*=level\".\n";
+
+constexpr int kExitItemRefused = 1;
+constexpr int kExitUsage = 2;
 
 struct Options {
   std::string scenario;
@@ -36,6 +42,7 @@ struct Options {
   bool dump = false;
   std::string table;
   std::string showFile;
+  bool help = false;
 };
 
 bool parseOptions(int argc, char** argv, Options& options) {
@@ -47,6 +54,8 @@ bool parseOptions(int argc, char** argv, Options& options) {
       options.table = argv[++i];
     } else if (arg == "--show-file" && i + 1 < argc) {
       options.showFile = argv[++i];
+    } else if (arg == "--help") {
+      options.help = true;
     } else if (arg == "--dump") {
       options.dump = true;
     } else if (arg == "--max-seconds" && i + 1 < argc) {
@@ -75,20 +84,30 @@ int main(int argc, char** argv) {
   Options options;
   if (!parseOptions(argc, argv, options)) {
     std::fputs(kUsage, stderr);
-    return 2;
+    return kExitUsage;
+  }
+  if (options.help) {
+    std::fputs(kUsage, stdout);
+    return EXIT_SUCCESS;
   }
 
   auto scheduler = Kiln::steadyTaskSchedulerFactory();
   Agent::MountedRecords records;
+  bool refused = false;
   if (!options.scenario.empty()) {
     Agent::ScenarioResult const loaded = Agent::loadScenarioFile(options.scenario, records);
-    std::printf("scenario %s: %zu VRFs, %zu interfaces, %zu flowspec interfaces, %zu rules, "
-                "%zu errors\n",
-                options.scenario.c_str(), loaded.vrfs, loaded.interfaces,
-                loaded.enabledInterfaces, loaded.rules, loaded.errors.size());
+    std::printf(
+        "scenario %s: %zu VRFs, %zu interfaces, %zu flowspec interfaces, %zu rules, "
+        "%zu errors, %zu warnings\n",
+        options.scenario.c_str(), loaded.vrfs, loaded.interfaces, loaded.enabledInterfaces,
+        loaded.rules, loaded.errors.size(), loaded.warnings.size());
     for (auto const& error : loaded.errors) {
       std::printf("  error: %s\n", error.c_str());
     }
+    for (auto const& warning : loaded.warnings) {
+      std::printf("  warning: %s\n", warning.c_str());
+    }
+    refused = !loaded.errors.empty();
   }
 
   std::unique_ptr<Agent::SharedRuleTable> table;
@@ -126,5 +145,5 @@ int main(int argc, char** argv) {
   if (!done) {
     std::printf("stopped after %.1f s with work remaining\n", options.maxSeconds);
   }
-  return EXIT_SUCCESS;
+  return refused ? kExitItemRefused : EXIT_SUCCESS;
 }

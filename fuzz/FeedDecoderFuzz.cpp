@@ -1,13 +1,6 @@
 // Fuzzes the flowspec decoders with arbitrary octets: as a BGP UPDATE, and as a run of NLRI of
 // each family. Nothing may crash, and every decoded key must come back equal from its text (the
-// text names class-maps and is how people write rules) and from the raw table's key. Built by
-// hand for now, from the repository root:
-//   clang++ -std=c++20 -O1 -g -fsanitize=fuzzer,address,undefined -I. fuzz/FeedDecoderFuzz.cpp \
-//     feed/ActionDecoder.cpp feed/Diagnostic.cpp feed/NlriDecoder.cpp feed/UpdateDecoder.cpp \
-//     models/flowspec/{Actions,BitMask,FlowspecKey,FlowspecKeyText,FlowspecTidalKey}.cpp \
-//     models/flowspec/{MatchComponent,NumericalRange}.cpp platform/nwk/Nwk.cpp \
-//     platform/cog/Assert.cpp -o feed_decoder_fuzz
-//   ./feed_decoder_fuzz NEW_CORPUS_DIR fuzz/corpus/feed_decoder
+// text names class-maps and is how people write rules) and from the raw table's key.
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>

@@ -5,6 +5,7 @@
 #include <limits>
 #include <map>
 #include <optional>
+#include <set>
 #include <string_view>
 
 #include "agent/JsonText.h"
@@ -42,7 +43,9 @@ class Loader {
       error("scenario", "expected an object");
       return;
     }
-    knownKeys(scenario, "scenario", {"vrfs", "interfaces", "flowspec", "rules"});
+    knownKeys(scenario, "scenario",
+              {"vrfs", "interfaces", "flowspec", "rules", "lineCards", "packets",
+               "counterRequests"});
     forEach(scenario, "vrfs", "vrfs",
             [this](Json const& item, std::string const& where) { loadVrf(item, where); });
     forEach(scenario, "interfaces", "interfaces",
@@ -52,6 +55,16 @@ class Loader {
     }
     forEach(scenario, "rules", "rules",
             [this](Json const& item, std::string const& where) { loadRule(item, where); });
+    forEach(scenario, "lineCards", "lineCards",
+            [this](Json const& item, std::string const& where) { loadLineCard(item, where); });
+    forEach(scenario, "packets", "packets",
+            [this](Json const& item, std::string const& where) { loadStream(item, where); });
+    forEach(scenario, "counterRequests", "counterRequests",
+            [this](Json const& item, std::string const& where) {
+              if (auto const at = seconds(item, where)) {
+                result_.hardware.counterRequests.push_back(*at);
+              }
+            });
   }
 
  private:
@@ -234,6 +247,189 @@ class Loader {
     ++result_.interfaces;
   }
 
+  // Seconds after start: a number from 0 to a day.
+  std::optional<double> seconds(Json const& value, std::string const& where) {
+    if (!value.is_number() || !(value.get<double>() >= 0) || value.get<double>() > 86400) {
+      error(where, "expected seconds from 0 to 86400");
+      return std::nullopt;
+    }
+    return value.get<double>();
+  }
+
+  void loadLineCard(Json const& item, std::string const& where) {
+    if (!itemObject(item, where,
+                    {"name", "ipv4Entries", "ipv6Entries", "rangeCheckers", "interfaces",
+                     "unsupported"})) {
+      return;
+    }
+    HardwareSpec::LineCard card;
+    auto const name = string(item, "name", where);
+    auto const v4 = unsignedField(item, "ipv4Entries", where, 10'000'000);
+    auto const v6 = unsignedField(item, "ipv6Entries", where, 10'000'000);
+    auto const checkers = unsignedField(item, "rangeCheckers", where, 65535);
+    if (!name || !v4 || !v6 || !checkers) {
+      return;
+    }
+    if (name->empty() || name->size() > 64 || hasControlCharacter(*name)) {
+      error(where + ".name", "a line card name has 1 to 64 characters, none a control character");
+      return;
+    }
+    if (lineCards_.contains(*name)) {
+      error(where + ".name", "duplicate line card " + quotedValue(*name));
+      return;
+    }
+    card = {*name, static_cast<std::uint32_t>(*v4), static_cast<std::uint32_t>(*v6),
+            static_cast<std::uint32_t>(*checkers), {}, 0, 0};
+    if (auto const it = item.find("interfaces"); it != item.end()) {
+      if (!it->is_array()) {
+        error(where + ".interfaces", "expected an array of interface names");
+        return;
+      }
+      for (std::size_t i = 0; i < it->size(); ++i) {
+        std::string const at = where + ".interfaces[" + std::to_string(i) + "]";
+        if (!(*it)[i].is_string() || !Nwk::IntfId::parse((*it)[i].get<std::string>())) {
+          error(at, "expected an interface name");
+          return;
+        }
+        std::string const intf = (*it)[i].get<std::string>();
+        if (cardOfIntf_.contains(intf) || std::count(card.interfaces.begin(),
+                                                     card.interfaces.end(), intf) > 0) {
+          error(at, "interface " + quotedValue(intf) + " is on a line card already");
+          return;
+        }
+        card.interfaces.push_back(intf);
+      }
+    }
+    if (auto const it = item.find("unsupported"); it != item.end()) {
+      if (!itemObject(*it, where + ".unsupported", {"ipv4", "ipv6"}) ||
+          !qualifiers(*it, "ipv4", Nwk::AddressFamily::ipv4, where, card.unsupportedIpv4) ||
+          !qualifiers(*it, "ipv6", Nwk::AddressFamily::ipv6, where, card.unsupportedIpv6)) {
+        return;
+      }
+    }
+    lineCards_.insert(*name);
+    for (auto const& intf : card.interfaces) {
+      cardOfIntf_.emplace(intf, *name);
+    }
+    result_.hardware.lineCards.push_back(std::move(card));
+  }
+
+  // The qualifier names of one family, as a line card reports them ("ip-length", ...).
+  bool qualifiers(Json const& unsupported, char const* family, Nwk::AddressFamily af,
+                  std::string const& where, Pbr::QualifierSet& set) {
+    auto const it = unsupported.find(family);
+    if (it == unsupported.end()) {
+      return true;
+    }
+    std::string const at = where + ".unsupported." + family;
+    if (!it->is_array()) {
+      error(at, "expected an array of qualifier names");
+      return false;
+    }
+    for (auto const& name : *it) {
+      bool found = false;
+      for (int bit = 0; bit < Pbr::kQualifierCount && name.is_string(); ++bit) {
+        auto const qualifier = static_cast<Pbr::Qualifier>(1 << bit);
+        if (name.get<std::string>() == Pbr::qualifierName(qualifier, af)) {
+          set |= qualifier;
+          found = true;
+        }
+      }
+      if (!found) {
+        error(at, "unknown qualifier " + (name.is_string() ? quotedValue(name.get<std::string>())
+                                                            : std::string("(not a string)")));
+        return false;
+      }
+    }
+    return true;
+  }
+
+  void loadStream(Json const& item, std::string const& where) {
+    if (!itemObject(item, where, {"at", "interface", "count", "fields"})) {
+      return;
+    }
+    HardwareSpec::Stream stream;
+    auto const at = item.contains("at") ? seconds(item["at"], where + ".at") : std::nullopt;
+    auto const intf = string(item, "interface", where);
+    auto const count = unsignedField(item, "count", where, 1'000'000);
+    Json const* fields = required(item, "fields", where);
+    if (!item.contains("at") || !at || !intf || !count || !fields) {
+      if (!item.contains("at")) {
+        error(where, "missing \"at\"");
+      }
+      return;
+    }
+    stream.at = *at;
+    stream.interface = *intf;
+    stream.count = static_cast<std::uint32_t>(*count);
+    if (packet(*fields, where + ".fields", stream.packet)) {
+      result_.hardware.streams.push_back(std::move(stream));
+    }
+  }
+
+  bool packet(Json const& fields, std::string const& where, Pbr::Packet& packet) {
+    if (!itemObject(fields, where,
+                    {"family", "src", "dst", "protocol", "sport", "dport", "icmpType", "icmpCode",
+                     "tcpFlags", "length", "dscp", "fragment"})) {
+      return false;
+    }
+    auto const family = string(fields, "family", where);
+    if (!family || (*family != "ipv4" && *family != "ipv6")) {
+      if (family) {
+        error(where + ".family", "expected \"ipv4\" or \"ipv6\"");
+      }
+      return false;
+    }
+    packet.af = *family == "ipv4" ? Nwk::AddressFamily::ipv4 : Nwk::AddressFamily::ipv6;
+    for (auto const& [field, address] : {std::pair{"src", &packet.src}, {"dst", &packet.dst}}) {
+      auto const text = string(fields, field, where);
+      auto const parsed = text ? Nwk::IpGenAddr::parse(*text) : std::nullopt;
+      if (!parsed || parsed->af() != packet.af) {
+        if (text) {
+          error(where + "." + field, "expected an address of the packet's family");
+        }
+        return false;
+      }
+      *address = *parsed;
+    }
+    struct Numeric {
+      char const* name;
+      std::uint64_t max;
+      std::uint64_t* value;
+    };
+    std::uint64_t protocol = 6, sport = 0, dport = 0, icmpType = 0, icmpCode = 0, tcpFlags = 0,
+                  length = 0, dscp = 0;
+    for (auto const& n : {Numeric{"protocol", 255, &protocol}, Numeric{"sport", 65535, &sport},
+                          Numeric{"dport", 65535, &dport}, Numeric{"icmpType", 255, &icmpType},
+                          Numeric{"icmpCode", 255, &icmpCode},
+                          Numeric{"tcpFlags", 0x1FF, &tcpFlags},
+                          Numeric{"length", 65535, &length}, Numeric{"dscp", 63, &dscp}}) {
+      if (fields.contains(n.name)) {
+        auto const value = unsignedField(fields, n.name, where, n.max);
+        if (!value) {
+          return false;
+        }
+        *n.value = *value;
+      }
+    }
+    packet.protocol = static_cast<std::uint8_t>(protocol);
+    packet.sport = static_cast<std::uint16_t>(sport);
+    packet.dport = static_cast<std::uint16_t>(dport);
+    packet.icmpType = static_cast<std::uint8_t>(icmpType);
+    packet.icmpCode = static_cast<std::uint8_t>(icmpCode);
+    packet.tcpFlags = static_cast<std::uint16_t>(tcpFlags);
+    packet.length = static_cast<std::uint16_t>(length);
+    packet.trafficClass = static_cast<std::uint8_t>(dscp << 2);
+    if (auto const it = fields.find("fragment"); it != fields.end()) {
+      if (!it->is_boolean()) {
+        error(where + ".fragment", "expected true or false");
+        return false;
+      }
+      packet.fragment = it->get<bool>();
+    }
+    return true;
+  }
+
   void loadFlowspec(Json const& flowspec) {
     if (!flowspec.is_object()) {
       error("flowspec", "expected an object");
@@ -411,6 +607,8 @@ class Loader {
   std::map<Nwk::IntfId, std::string> interfaces_;
   std::map<Nwk::IntfId, std::string> enabledInterfaces_;
   std::map<Flowspec::FlowspecTidalKey, std::string> rules_;
+  std::set<std::string> lineCards_;
+  std::map<std::string, std::string> cardOfIntf_;  // interface -> its line card
   // Warnings of the rule being loaded, reported only if it loads.
   std::vector<std::pair<std::string, std::string>> pendingWarnings_;
 };

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "agent/HardwareSpec.h"
 #include "agent/MountedRecords.h"
 
 namespace Agent {
@@ -22,6 +23,8 @@ struct ScenarioResult {
   // One line per item that loaded but refers to what the scenario does not declare (a VRF id
   // that only appears later, say): the system acts on it once that appears.
   std::vector<std::string> warnings;
+  // The hardware to program and what to inject into it (empty: one card holds every interface).
+  HardwareSpec hardware;
 };
 
 // Loads a scenario (JSON) into the mounted records, playing the parts of the routing process
@@ -33,6 +36,14 @@ struct ScenarioResult {
 //   false} "rules":      [{"vrf": "red" or 1, "id": 7, "match": "ipv4 dst 10.0.0.0/8 dport =80",
 //                   "actions": {"permit": true, "deny": true, "police": 1000.0, "dscp": 46,
 //                               "redirect": {"vrf": "blue" or 2, "nexthop": "10.1.1.1"}}}]
+//   "lineCards":  [{"name": "lc1", "ipv4Entries": 64, "ipv6Entries": 64, "rangeCheckers": 8,
+//                   "interfaces": ["Ethernet1"], "unsupported": {"ipv4": ["ip-length"]}}]
+//   "packets":    [{"at": 0.5, "interface": "Ethernet1", "count": 10,
+//                   "fields": {"family": "ipv4", "src": "203.0.113.7", "dst": "192.0.2.10",
+//                              "protocol": 6, "sport": 40000, "dport": 1500, "tcpFlags": 2,
+//                              "length": 60, "dscp": 0, "fragment": false, "icmpType": 0,
+//                              "icmpCode": 0}}]
+//   "counterRequests": [1.0]   (seconds after start: ask the hardware for the rules' counters)
 // The match uses the rule text syntax of Flowspec::FlowspecKey. Input is untrusted: an item
 // that is wrong in any way (an unknown key, a value out of range, a duplicate of an earlier
 // item) is not installed at all and gets an error (also traced at level 0); the rest still

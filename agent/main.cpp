@@ -94,6 +94,7 @@ int main(int argc, char** argv) {
   auto scheduler = Kiln::steadyTaskSchedulerFactory();
   Agent::MountedRecords records;
   bool refused = false;
+  Agent::HardwareSpec hardwareSpec;
   if (!options.scenario.empty()) {
     Agent::ScenarioResult const loaded = Agent::loadScenarioFile(options.scenario, records);
     std::printf(
@@ -108,6 +109,7 @@ int main(int argc, char** argv) {
       std::printf("  warning: %s\n", warning.c_str());
     }
     refused = !loaded.errors.empty();
+    hardwareSpec = loaded.hardware;
   }
 
   std::unique_ptr<Agent::SharedRuleTable> table;
@@ -122,9 +124,10 @@ int main(int argc, char** argv) {
     std::fflush(stdout);
   }
 
-  auto hardware = Agent::hardwareFor(records, scheduler);
+  auto hardware = Agent::hardwareFor(records, scheduler, hardwareSpec);
   auto flowspecSm = OrbFlowspec::flowspecSmFactory(records.mounts, hardware, scheduler,
                                                    scheduler->timerWheel(), records.ocsd);
+  Agent::HardwareEvents const events(hardwareSpec, hardware, records, scheduler);
   bool done = true;
   if (table) {
     Agent::runUntilSignalled(*scheduler, *table, [&] {

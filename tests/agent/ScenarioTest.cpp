@@ -191,6 +191,54 @@ TEST_P(AgentScenarioItems, RefusedWholeWithPathAndReason) {
 INSTANTIATE_TEST_SUITE_P(Cases, AgentScenarioItems, testing::ValuesIn(kItemCases),
                          [](auto const& param) { return std::string(param.param.name); });
 
+TEST(AgentScenario, HardwareItemsLoadOrAreRefusedWithPathAndReason) {
+  Agent::MountedRecords records;
+  auto const result = Agent::loadScenario(R"({
+    "lineCards": [
+      {"name": "lc1", "ipv4Entries": 8, "ipv6Entries": 8, "rangeCheckers": 2,
+       "interfaces": ["Ethernet1"], "unsupported": {"ipv4": ["ip-length"], "ipv6": ["dst-ip"]}},
+      {"name": "lc1", "ipv4Entries": 1, "ipv6Entries": 1, "rangeCheckers": 1},
+      {"name": "lc2", "ipv4Entries": 1, "ipv6Entries": 1, "rangeCheckers": 1,
+       "interfaces": ["Ethernet1"]},
+      {"name": "lc3", "ipv4Entries": 1, "ipv6Entries": 1, "rangeCheckers": 1,
+       "unsupported": {"ipv4": ["ipv6-next-header"]}}],
+    "packets": [
+      {"at": 0.5, "interface": "Ethernet1", "count": 3,
+       "fields": {"family": "ipv4", "src": "192.0.2.1", "dst": "10.0.0.1", "dport": 80,
+                  "dscp": 46, "fragment": true}},
+      {"at": -1, "interface": "Ethernet1", "count": 1,
+       "fields": {"family": "ipv4", "src": "192.0.2.1", "dst": "10.0.0.1"}},
+      {"at": 1, "interface": "Ethernet1", "count": 1,
+       "fields": {"family": "ipv6", "src": "192.0.2.1", "dst": "10.0.0.1"}},
+      {"at": 1, "interface": "Ethernet1", "count": 1,
+       "fields": {"family": "ipv4", "src": "192.0.2.1", "dst": "10.0.0.1", "dport": 70000}}],
+    "counterRequests": [1.5, "soon"]
+  })",
+                                          records);
+  Strings const expected = {
+      "lineCards[1].name: duplicate line card \"lc1\"",
+      "lineCards[2].interfaces[0]: interface \"Ethernet1\" is on a line card already",
+      "lineCards[3].unsupported.ipv4: unknown qualifier \"ipv6-next-header\"",
+      "packets[1].at: expected seconds from 0 to 86400",
+      "packets[2].fields.src: expected an address of the packet's family",
+      "packets[3].fields.dport: expected a number from 0 to 65535",
+      "counterRequests[1]: expected seconds from 0 to 86400",
+  };
+  EXPECT_EQ(result.errors, expected);
+  ASSERT_EQ(result.hardware.lineCards.size(), 1u);
+  auto const& card = result.hardware.lineCards[0];
+  EXPECT_EQ(card.interfaces, Strings{"Ethernet1"});
+  EXPECT_EQ(card.unsupportedIpv4, Pbr::qualIpLength);
+  EXPECT_EQ(card.unsupportedIpv6, Pbr::qualDstIp);
+  ASSERT_EQ(result.hardware.streams.size(), 1u);
+  auto const& stream = result.hardware.streams[0];
+  EXPECT_EQ(stream.count, 3u);
+  EXPECT_EQ(stream.packet.dport, 80);
+  EXPECT_EQ(stream.packet.trafficClass, 46 << 2);
+  EXPECT_TRUE(stream.packet.fragment);
+  EXPECT_EQ(result.hardware.counterRequests, std::vector<double>{1.5});
+}
+
 TEST(AgentScenario, VrfsRefusedWithPathAndReason) {
   Agent::MountedRecords records;
   auto const result =

@@ -12,29 +12,11 @@ namespace OrbFlowspec {
 // flags false, true, false; FlowspecSm starts it last.
 class FlowspecPbrSm : public Orb::OrbPbrSm {
  public:
-  FlowspecPbrSm(Cog::Ptr<PolicyMap::IntfConfig const> intfConfig,
-                Cog::Ptr<PolicyMap::PolicyMapTypeConfig const> pmapTypeConfig,
-                Cog::Ptr<PolicyMap::ClassMapTypeConfig const> cmapTypeConfig,
-                Cog::Ptr<PolicyMap::PolicyMapStatusRequestDir const> statusRequestDir,
-                Cog::Ptr<PolicyMap::PolicyMapTypeStatus> pmapTypeStatus,
-                Cog::Ptr<Acl::Config const> aclConfig,
-                Cog::Ptr<Classification::FieldSetConfig const> fieldSetConfig,
-                Cog::Ptr<Lag::Input::Config const> lagInputConfig,
-                Cog::Ptr<Ip::Status const> ipStatus, Cog::Ptr<Ip6::Status const> ip6Status,
-                Cog::Ptr<Cog::Dir const> routingVrfInfoDir,
-                Cog::Ptr<Cog::Dir const> routing6VrfInfoDir,
-                Cog::Ptr<PolicyMap::PolicyMapAclHelper> aclHelper,
-                Cog::Ptr<Acl::AclDiff> aclDiff, bool skipUnknownIntfs, bool makeBeforeBreak,
-                bool atomicInstall, Cog::Ptr<Orb::NexthopConfig> nexthopConfig,
-                Cog::Ptr<Orb::NexthopStatus const> nexthopStatus,
-                Cog::Ptr<Orb::NexthopGroupConfig> nexthopGroupConfig,
-                Cog::Ptr<Orb::NexthopGroupStatus const> nexthopGroupStatus,
-                Cog::Ptr<Kiln::TimerWheel> timerWheel,
-                Cog::Ptr<Orb::OrbCommonSmData const> ocsd);
-  ~FlowspecPbrSm() override;
+  // The platform's 23 arguments, passed unchanged.
+  using Orb::OrbPbrSm::OrbPbrSm;
 
   // Stops watching the common PBR data.
-  void ocsdDel();
+  void ocsdDel() { ocsdReactor_.reset(); }
 
   // PolicyMap::ServicePolicySm:
   Cog::Ptr<PolicyMap::PolicyMapSm> createPolicyMapSm(
@@ -44,8 +26,18 @@ class FlowspecPbrSm : public Orb::OrbPbrSm {
   char const* fwkType() const override { return "FlowspecPbrSm"; }
 
  private:
-  class OcsdReactor;
-  std::unique_ptr<OcsdReactor> ocsdReactor_;
+  // A changed interface entry of the common PBR data may change how the flowspec policy binds
+  // there: the binding is evaluated again, without reprogramming what is in place.
+  class OcsdReactor : public Cog::BoundReactor<Orb::OrbCommonSmData, FlowspecPbrSm> {
+   public:
+    using BoundReactor::BoundReactor;
+    void handleIntf(Nwk::IntfId const& intfId) override {
+      owner()->handleIntf(intfId, false, PolicyMap::IntfBindingKind::intfBindingInput);
+    }
+  };
+
+  std::unique_ptr<OcsdReactor> ocsdReactor_ =
+      ocsd() ? std::make_unique<OcsdReactor>(ocsd(), this) : nullptr;
 };
 
 // Creates the flowspec PBR state machine with the arguments of its constructor.

@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "platform/cog/Errors.h"
+#include "platform/nwk/HexDigit.h"
 #include "platform/nwk/AddressFamily.h"
 #include "platform/nwk/IntfId.h"
 #include "platform/nwk/IpGenAddr.h"
@@ -104,19 +105,6 @@ std::optional<std::uint32_t> parseV4(std::string_view text) {
     }
   }
   return i == text.size() ? std::optional<std::uint32_t>(value) : std::nullopt;
-}
-
-int hexDigit(char c) {
-  if (c >= '0' && c <= '9') {
-    return c - '0';
-  }
-  if (c >= 'a' && c <= 'f') {
-    return c - 'a' + 10;
-  }
-  if (c >= 'A' && c <= 'F') {
-    return c - 'A' + 10;
-  }
-  return -1;
 }
 
 std::optional<IpGenAddr::Bytes> parseV6(std::string_view text) {

@@ -47,7 +47,12 @@ void FlowspecConfigSm::handleCounterUpdateRequest() {
   }
   Cog::Seconds const now = Cog::System::currentTime();
   for (auto const& name : policies) {
-    in_.pmapTypeConfig->counterUpdateRequestTimeIs(name, now);
+    if (in_.pmapTypeConfig->counterUpdateRequestTime(name) == now) {
+      // A stamp equal to the last one notifies nobody: the policy's answer to it stands.
+      handleCounterUpdate(name);
+    } else {
+      in_.pmapTypeConfig->counterUpdateRequestTimeIs(name, now);
+    }
   }
   if (counterUpdatePending().empty()) {
     updateFlowspecCounter();

@@ -97,10 +97,12 @@ class FlowspecSm : public Kiln::KilnBaseOutputSm {
   Cog::Ptr<Kiln::TimerWheel> timerWheel_;
   Cog::Ptr<Orb::OrbCommonSmData const> ocsd_;
   Cog::Ptr<RuleSetSm> ruleSetSm_;
+  // Destroyed in reverse: the status side goes before the programming machinery drops the
+  // policy statuses, so what it wrote stays for the next instance to take over.
+  Cog::Ptr<FlowspecPbrSm> orbFlowspecSm_;
   Cog::Ptr<FlowspecConfigSm> flowspecConfigSm_;
   Cog::Ptr<FlowspecStatusSm> flowspecStatusSm_;
   Cog::Ptr<UnsupportedQualSm> unsupportedQualSm_;
-  Cog::Ptr<FlowspecPbrSm> orbFlowspecSm_;
 };
 
 // Creates the root state machine; the returned object is fully wired.

@@ -139,8 +139,8 @@ Cog::Ptr<FlowspecVrfStatusSm> FlowspecStatusSm::flowspecVrfStatusSmIs(
     Cog::Ptr<Flowspec::Status const> const& flowspecStatus,
     Cog::Ptr<Kiln::TaskScheduler> const& taskScheduler) {
   Cog::requireArgument(vrfRuleStatus, "vrfRuleStatus");
-  FlowspecVrfStatusSm::Inputs const inputs{pmapStatus, vrfRuleStatus, vrfRuleConfig,
-                                           flowspecStatus, taskScheduler};
+  FlowspecVrfStatusSm::Inputs const inputs{pmapStatus, vrfRuleStatus, vrfRuleConfig, flowspecStatus,
+                                           taskScheduler};
   VrfId const vrfId = vrfRuleStatus->vrfId();
   if (auto const existing = flowspecVrfStatusSm(vrfId)) {
     if (!existing->constructedWith(inputs)) {

@@ -12,8 +12,7 @@ namespace OrbFlowspec {
 class IntfInstalled : public Cog::Entity {
  public:
   explicit IntfInstalled(Nwk::AddressFamily af) : af_(af) {}
-  COG_RECORD(IntfInstalled,
-             (orderedSet, Nwk::IntfId, intfSuccess, IntfSuccess),
+  COG_RECORD(IntfInstalled, (orderedSet, Nwk::IntfId, intfSuccess, IntfSuccess),
              (orderedSet, Nwk::IntfId, intfFailure, IntfFailure));
 
   Nwk::AddressFamily af() const { return af_; }

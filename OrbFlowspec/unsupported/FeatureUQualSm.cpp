@@ -33,12 +33,11 @@ constexpr std::array<QualName, 9> kWholeQuals = {{
 }};
 constexpr char kL4SrcPort[] = "l4-src-port";
 
-
 // Watches one component of an ACL type: a card adds qualifiers to a component it reported.
 class ComponentQualSm : public Cog::BoundReactor<Acl::UnsupportedComponent, FeatureUQualSm> {
  public:
-  ComponentQualSm(Cog::Ptr<Acl::UnsupportedComponent const> const& component,
-                  FeatureUQualSm* owner, Cog::String linecard, Acl::AclType aclType)
+  ComponentQualSm(Cog::Ptr<Acl::UnsupportedComponent const> const& component, FeatureUQualSm* owner,
+                  Cog::String linecard, Acl::AclType aclType)
       : BoundReactor(component, owner), linecard_(std::move(linecard)), aclType_(aclType) {}
   void handleQualifier(Cog::String const& qual) override {
     owner()->handleUnsupportedQual(linecard_, aclType_, qual);
@@ -110,7 +109,8 @@ void FeatureUQualSm::LinecardQualSm::handleAclType(Acl::AclType const& aclType) 
   }
 }
 
-struct FeatureUQualSm::FeatureReactor : Cog::BoundReactor<Acl::FeatureUnsupportedComponent, FeatureUQualSm> {
+struct FeatureUQualSm::FeatureReactor
+    : Cog::BoundReactor<Acl::FeatureUnsupportedComponent, FeatureUQualSm> {
   using BoundReactor::BoundReactor;
   void handleLinecard(Cog::String const& name) override {
     if (auto const linecard = notifier()->linecard(name)) {

@@ -38,9 +38,7 @@ class CounterUpdate : public ::testing::Test {
     key.copyInStringValue(match);
     return stack.status->vrfRuleStatus(vrfId)->ruleStatus(key)->packetCount();
   }
-  void request() {
-    stack.cliConfig->counterUpdateRequestTimeIs(Cog::System::currentTime());
-  }
+  void request() { stack.cliConfig->counterUpdateRequestTimeIs(Cog::System::currentTime()); }
   long count(std::string const& message) const {
     auto const messages = capture->messages("FlowspecConfigSmCounters");
     return std::count(messages.begin(), messages.end(), message);

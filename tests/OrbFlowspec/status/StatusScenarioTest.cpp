@@ -171,15 +171,13 @@ TEST_F(StatusScenario, UnsupportedQualifierMarksTheLowestComponentOfItsFamilyOnl
   EXPECT_EQ(state("ipv6 dst 2001:db8::/32 dport =443"), "1 ");
 
   // A second, lower component is named instead.
-  stack.hardware->unsupportedQualifierIs(StackHarness::kLineCard, Acl::aclTypeIpv4,
-                                         Pbr::qualDstIp);
+  stack.hardware->unsupportedQualifierIs(StackHarness::kLineCard, Acl::aclTypeIpv4, Pbr::qualDstIp);
   stack.settle();
-  EXPECT_EQ(state("ipv4 dst 10.0.0.0/8 dport =80"),
-            "4 unsupported qualifier - destination prefix");
+  EXPECT_EQ(state("ipv4 dst 10.0.0.0/8 dport =80"), "4 unsupported qualifier - destination prefix");
 
   // Supported again: the hardware's own state shows through once more.
-  stack.hardware->unsupportedQualifierIs(StackHarness::kLineCard, Acl::aclTypeIpv4,
-                                         Pbr::qualDstIp, false);
+  stack.hardware->unsupportedQualifierIs(StackHarness::kLineCard, Acl::aclTypeIpv4, Pbr::qualDstIp,
+                                         false);
   stack.hardware->unsupportedQualifierIs(StackHarness::kLineCard, Acl::aclTypeIpv4,
                                          Pbr::qualL4DstPort, false);
   stack.ruleIs(5, "ipv4 dport =8080");  // a new version, programmed with every qualifier

@@ -71,8 +71,7 @@ TEST_F(UnsupportedQual, QualifierNamesStandForComponentTypes) {
 TEST_F(UnsupportedQual, SourcePortAloneAlsoMarksIcmpTypeAndCode) {
   auto const sm = OrbFlowspec::unsupportedQualSmFactory(aclStatusDp, status);
   report("lc1", Acl::aclTypeIpv6, "l4-src-port");
-  EXPECT_EQ(published(Nwk::AddressFamily::ipv6),
-            "{6 l4-src-port, 7 l4-src-port, 8 l4-src-port}");
+  EXPECT_EQ(published(Nwk::AddressFamily::ipv6), "{6 l4-src-port, 7 l4-src-port, 8 l4-src-port}");
   EXPECT_EQ(published(Nwk::AddressFamily::ipv4), "absent");
 }
 

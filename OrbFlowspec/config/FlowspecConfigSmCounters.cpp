@@ -4,6 +4,8 @@
 // rule statuses are written in a single pass.
 #include "OrbFlowspec/config/FlowspecConfigSm.h"
 
+#include <vector>
+
 #include "platform/cog/Assert.h"
 #include "platform/trace/Trace.h"
 

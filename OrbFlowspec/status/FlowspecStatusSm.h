@@ -58,8 +58,6 @@ class FlowspecStatusSm : public Kiln::KilnBaseOutputSm {
   void flowspecVrfStatusSmDel(VrfId vrfId);
   void flowspecVrfStatusSmDelAll();
 
-  Cog::Ptr<Vrf::VrfIdMap::NameToIdMap> const& nameToIdMap() const { return nameToIdMap_; }
-
   // Kiln::KilnBaseOutputSm:
   char const* fwkType() const override { return "FlowspecStatusSm"; }
   void dumpState(Kiln::DumpContext* ctx, int indent) const override;

@@ -58,8 +58,6 @@ class FlowspecVrfStatusSm : public Kiln::KilnBaseOutputSm {
   VrfId vrfId() const;
   VrfId fwkKey() const { return vrfId(); }
   Cog::String vrfName() const;
-  Inputs const& inputs() const { return in_; }
-  Kiln::Task const& ruleTask() const { return *ruleTask_; }
 
   // Rules.
   void handleInitialized();
@@ -85,7 +83,6 @@ class FlowspecVrfStatusSm : public Kiln::KilnBaseOutputSm {
   void handleClassState(Cog::String const& name);
   void classMapStatusIs(Cog::Ptr<PolicyMap::ClassMapStatus const> const& status);
   void classMapStatusDel(Cog::String const& name);
-  std::size_t classMapStatusCount() const { return classMapStatus_.size(); }
 
   // Interfaces: one nested reactor per interface status.
   class IntfStatusSm;
@@ -96,7 +93,6 @@ class FlowspecVrfStatusSm : public Kiln::KilnBaseOutputSm {
                          PolicyMap::InstalledState state);
   void intfStatusIs(Cog::Ptr<PolicyMap::IntfStatus const> const& status);
   void intfStatusDel(Nwk::IntfId const& intfId);
-  std::size_t intfStatusCount() const { return intfStatus_.size(); }
 
   // Kiln::KilnBaseOutputSm:
   char const* fwkType() const override { return "FlowspecVrfStatusSm"; }

@@ -24,8 +24,4 @@ class IntfInstalled : public Cog::Entity {
   Nwk::AddressFamily af_;
 };
 
-inline Cog::Ptr<IntfInstalled> intfInstalledFactory(Nwk::AddressFamily af) {
-  return Cog::make<IntfInstalled>(af);
-}
-
 }  // namespace OrbFlowspec

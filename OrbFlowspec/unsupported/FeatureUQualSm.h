@@ -53,7 +53,6 @@ class FeatureUQualSm : public Kiln::KilnBaseOutputSm {
   void linecardUQualIs(Cog::Ptr<Acl::LinecardUnsupportedComponent const> const& linecard);
   void linecardUQualDel(Cog::String const& name);
   void linecardUQualDelAll();
-  std::size_t linecardUQualCount() const { return linecardUQual_.size(); }
 
   // Kiln::KilnBaseOutputSm:
   char const* fwkType() const override { return "FeatureUQualSm"; }

@@ -104,20 +104,6 @@ TEST_F(VrfStatus, ClassStateFirstThenTheFamilyAggregate) {
   EXPECT_EQ(state(1), "0 not installed");
 }
 
-TEST_F(VrfStatus, UnsupportedQualifierWinsAndNamesTheLowestComponent) {
-  classStateIs(0, ClassState::classStateInstalled);
-  unsupportedIs(Nwk::AddressFamily::ipv4, {MatchCompType::destinationPort});
-  EXPECT_EQ(state(0), "4 unsupported qualifier - destination port");
-  EXPECT_EQ(state(1), "0 not installed");
-  unsupportedIs(Nwk::AddressFamily::ipv4,
-                {MatchCompType::destinationPort, MatchCompType::destinationPrefix});
-  EXPECT_EQ(state(0), "4 unsupported qualifier - destination prefix");
-  unsupportedIs(Nwk::AddressFamily::ipv6, {MatchCompType::destinationPrefix});
-  EXPECT_EQ(state(2), "0 not installed");  // the IPv6 rule has no prefix
-  unsupportedIs(Nwk::AddressFamily::ipv4, {});
-  EXPECT_EQ(state(0), "1 ");
-}
-
 TEST_F(VrfStatus, UnsupportedMatchIsNeverOverwritten) {
   auto const ruleStatus = vrfRuleStatus->ruleStatusIs(keys[0]);
   ruleStatus->statusCodeIs(Status::hwStatusUnsupportedMatch);

@@ -136,25 +136,6 @@ TEST_F(StatusScenario, InterfacesFollowTheHardwareAsTheyFailRecoverAndGo) {
   EXPECT_EQ(errors(), "");
 }
 
-TEST_F(StatusScenario, FamiliesFailIndependently) {
-  smallIntfIs("Ethernet3");
-  stack.intfDel("Ethernet1");
-  stack.intfDel("Ethernet2");
-  stack.start();
-  stack.ruleIs(5, "ipv4 dport =80");
-  stack.ruleIs(5, "ipv4 dport =81");
-  stack.ruleIs(5, "ipv6 dport =443");
-  stack.settle();
-  // The IPv4 bank overflows; the IPv6 bank of the same card holds its one rule.
-  EXPECT_EQ(state("ipv4 dport =81"), "6 failed");
-  EXPECT_EQ(state("ipv6 dport =443"), "1 ");
-  EXPECT_EQ(active(Nwk::AddressFamily::ipv4), "");
-  EXPECT_EQ(active(Nwk::AddressFamily::ipv6), "Ethernet3");
-  auto const vrf = stack.status->vrfRuleStatus(5);
-  EXPECT_TRUE(vrf->intfError().contains({Nwk::IntfId("Ethernet3"), Nwk::AddressFamily::ipv4}));
-  EXPECT_FALSE(vrf->intfError().contains({Nwk::IntfId("Ethernet3"), Nwk::AddressFamily::ipv6}));
-}
-
 TEST_F(StatusScenario, UnsupportedQualifierMarksTheLowestComponentOfItsFamilyOnly) {
   stack.start();
   stack.ruleIs(5, "ipv4 dst 10.0.0.0/8 dport =80");

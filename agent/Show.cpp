@@ -156,11 +156,22 @@ std::string showFlowspec(OrbFlowspec::FlowspecSm const& root) {
     if (auto const vrfStatus = mounts.flowspecStatus()->vrfRuleStatus(vrfId)) {
       for (auto const& [key, status] : vrfStatus->ruleStatus()) {
         os << "  status \"" << key.stringValue() << "\": "
+           << static_cast<unsigned>(status->statusCode()) << " "
            << util.statusCodeToStrep(status->statusCode());
         if (!status->errorReason().empty()) {
           os << " (" << status->errorReason() << ")";
         }
+        os << ", packets " << status->packetCount() << "\n";
+      }
+      for (auto const& [af, coll] : vrfStatus->activeIntfPerAf()) {
+        os << "  installed " << Nwk::toStrep(af) << ":";
+        for (auto const& intf : coll->intf()) {
+          os << " " << intf.toStrep();
+        }
         os << "\n";
+      }
+      for (auto const& [key, error] : vrfStatus->intfError()) {
+        os << "  failed " << key.toStrep() << ": " << error << "\n";
       }
     }
     if (vrfRuleConfig) {
@@ -178,6 +189,9 @@ std::string showFlowspec(OrbFlowspec::FlowspecSm const& root) {
       os << " " << intf;
     }
     os << "\n";
+  }
+  for (auto const& [af, qual] : mounts.flowspecStatus()->unsupportedQual()) {
+    os << "unsupported qualifiers " << Nwk::toStrep(af) << ": " << qual.toStrep() << "\n";
   }
   std::set<std::string> unused;  // hashed collection: sorted for a stable text
   for (auto const& [name, cmap] : cmapType->cmap()) {

@@ -20,6 +20,7 @@ class FlowspecConfigSm::PolicyMapStatusSm
     : public Cog::BoundReactor<PolicyMap::PolicyMapStatus, FlowspecConfigSm> {
  public:
   using BoundReactor::BoundReactor;
+  void handleCounterUpdateTime() override { owner()->handleCounterUpdate(notifier()->name()); }
 };
 
 struct FlowspecConfigSm::Reactors {
@@ -39,6 +40,14 @@ struct FlowspecConfigSm::Reactors {
   struct CliReactor : Cog::BoundReactor<Flowspec::CliConfig, FlowspecConfigSm> {
     using BoundReactor::BoundReactor;
     void handleEnabledIntf(Nwk::IntfId const& intfId) override { owner()->handleIntf(intfId); }
+    void handleCounterUpdateRequestTime() override { owner()->handleCounterUpdateRequest(); }
+  };
+  struct PmapTypeConfigReactor
+      : Cog::BoundReactor<PolicyMap::PolicyMapTypeConfig, FlowspecConfigSm> {
+    using BoundReactor::BoundReactor;
+    void handleCounterUpdateRequestTime(Cog::String const& name) override {
+      owner()->handleCounterUpdate(name);
+    }
   };
   struct PmapStatusReactor : Cog::BoundReactor<PolicyMap::PolicyMapTypeStatus, FlowspecConfigSm> {
     using BoundReactor::BoundReactor;
@@ -56,13 +65,15 @@ struct FlowspecConfigSm::Reactors {
         vrfIds(sm->in_.vrfIdStatus, sm),
         l3Dir(sm->in_.l3StatusDir, sm),
         cli(sm->in_.flowspecCliConfig, sm),
-        pmapStatus(sm->in_.pmapTypeStatus, sm) {}
+        pmapStatus(sm->in_.pmapTypeStatus, sm),
+        pmapTypeConfig(sm->in_.pmapTypeConfig, sm) {}
 
   ConfigReactor config;
   VrfIdReactor vrfIds;
   L3DirReactor l3Dir;
   CliReactor cli;
   PmapStatusReactor pmapStatus;
+  PmapTypeConfigReactor pmapTypeConfig;
 };
 
 Cog::Ptr<FlowspecConfigSm> flowspecConfigSmFactory(FlowspecConfigSm::Inputs inputs) {

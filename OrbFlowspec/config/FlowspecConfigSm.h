@@ -69,6 +69,16 @@ class FlowspecConfigSm : public Kiln::KilnBaseOutputSm {
   void handleL3Intf();
   void handleL3Intf(Nwk::IntfId const& intfId);
 
+  // Counter update: a request from the command line is stamped on every policy that has a
+  // status; once every one of them has answered, one pass copies the packet counts into the
+  // rule statuses and stamps the status's counterUpdateTime.
+  void handleCounterUpdateRequest();
+  void handleCounterUpdate(Cog::String const& policyName);
+  void updateFlowspecCounter();
+  std::size_t counterUpdatePendings() const { return counterUpdatePending().size(); }
+  static Flowspec::HwRuleProgrammingStatus ruleStatusCodeFrom(
+      PolicyMap::OperationProgress progress);
+
   // Nested reactors: one per L3 interface status, one per policy-map status.
   class L3IntfStatusSm;
   class PolicyMapStatusSm;

@@ -59,6 +59,24 @@ Cog::Ptr<FlowspecConfigSm> FlowspecSm::flowspecConfigSmIs(FlowspecConfigSm::Inpu
   return flowspecConfigSm_;
 }
 
+Cog::Ptr<FlowspecStatusSm> FlowspecSm::flowspecStatusSmIs(
+    Cog::Ptr<PolicyMap::PolicyMapTypeStatus const> const& pmapTypeStatus,
+    Cog::Ptr<Flowspec::Status> const& flowspecStatus,
+    Cog::Ptr<Vrf::VrfIdMap::Status const> const& vrfIdStatus,
+    Cog::Ptr<Flowspec::Config const> const& flowspecConfig,
+    Cog::Ptr<Kiln::TaskScheduler> const& scheduler) {
+  flowspecStatusSm_ = flowspecStatusSmFactory(pmapTypeStatus, flowspecStatus, vrfIdStatus,
+                                              flowspecConfig, scheduler);
+  return flowspecStatusSm_;
+}
+
+Cog::Ptr<UnsupportedQualSm> FlowspecSm::unsupportedQualSmIs(
+    Cog::Ptr<Acl::StatusDp const> const& aclStatusDp,
+    Cog::Ptr<Flowspec::Status> const& flowspecStatus) {
+  unsupportedQualSm_ = unsupportedQualSmFactory(aclStatusDp, flowspecStatus);
+  return unsupportedQualSm_;
+}
+
 void FlowspecSm::handleInitialized() {
   TRACE(gTrace, 2, "handleInitialized ", fwkType());
   TRACE(gTrace, 8, "handleInitialized");
@@ -76,6 +94,9 @@ void FlowspecSm::handleInitialized() {
                       mounts.flowspecCliConfig(), pbrStatus(), intfConfig(),
                       policyMapConfig()->pmapType(kFlowspec),
                       policyMapConfig()->cmapType(kFlowspec), mounts.flowspecStatus(), scheduler_});
+  flowspecStatusSmIs(pbrStatus(), mounts.flowspecStatus(), mounts.vrfIdStatus(),
+                     mounts.flowspecConfig(), scheduler_);
+  unsupportedQualSmIs(mounts.aclStatusDp(), mounts.flowspecStatus());
   // The agent has no ACL changes under way to hand over: the machinery gets no difference
   // record.
   orbFlowspecSmIs(intfConfig(), policyMapConfig()->pmapType(kFlowspec),

@@ -4,6 +4,8 @@
 #include "OrbFlowspec/root/FlowspecMounts.h"
 #include "OrbFlowspec/root/FlowspecPbrSm.h"
 #include "OrbFlowspec/digestion/RuleSetSm.h"
+#include "OrbFlowspec/status/FlowspecStatusSm.h"
+#include "OrbFlowspec/unsupported/UnsupportedQualSm.h"
 #include "models/mounted/MountedInputs.h"
 #include "models/policymap/Config.h"
 #include "models/policymap/IntfConfig.h"
@@ -57,6 +59,22 @@ class FlowspecSm : public Kiln::KilnBaseOutputSm {
   Cog::Ptr<FlowspecConfigSm> flowspecConfigSmIs(FlowspecConfigSm::Inputs inputs);
   void flowspecConfigSmDel() { flowspecConfigSm_ = nullptr; }
 
+  // The status root, created with exactly these inputs, in this order.
+  Cog::Ptr<FlowspecStatusSm> const& flowspecStatusSm() const { return flowspecStatusSm_; }
+  Cog::Ptr<FlowspecStatusSm> flowspecStatusSmIs(
+      Cog::Ptr<PolicyMap::PolicyMapTypeStatus const> const& pmapTypeStatus,
+      Cog::Ptr<Flowspec::Status> const& flowspecStatus,
+      Cog::Ptr<Vrf::VrfIdMap::Status const> const& vrfIdStatus,
+      Cog::Ptr<Flowspec::Config const> const& flowspecConfig,
+      Cog::Ptr<Kiln::TaskScheduler> const& scheduler);
+  void flowspecStatusSmDel() { flowspecStatusSm_ = nullptr; }
+
+  // The unsupported-qualifier root, created with exactly these inputs.
+  Cog::Ptr<UnsupportedQualSm> const& unsupportedQualSm() const { return unsupportedQualSm_; }
+  Cog::Ptr<UnsupportedQualSm> unsupportedQualSmIs(Cog::Ptr<Acl::StatusDp const> const& aclStatusDp,
+                                                  Cog::Ptr<Flowspec::Status> const& flowspecStatus);
+  void unsupportedQualSmDel() { unsupportedQualSm_ = nullptr; }
+
   // The flowspec PBR state machine, created with the 23 arguments of its constructor.
   Cog::Ptr<FlowspecPbrSm> const& orbFlowspecSm() const { return orbFlowspecSm_; }
   template <class... Args>
@@ -79,8 +97,12 @@ class FlowspecSm : public Kiln::KilnBaseOutputSm {
   Cog::Ptr<Kiln::TimerWheel> timerWheel_;
   Cog::Ptr<Orb::OrbCommonSmData const> ocsd_;
   Cog::Ptr<RuleSetSm> ruleSetSm_;
+  // Destroyed in reverse: the status side goes before the programming machinery drops the
+  // policy statuses, so what it wrote stays for the next instance to take over.
   Cog::Ptr<FlowspecPbrSm> orbFlowspecSm_;
   Cog::Ptr<FlowspecConfigSm> flowspecConfigSm_;
+  Cog::Ptr<FlowspecStatusSm> flowspecStatusSm_;
+  Cog::Ptr<UnsupportedQualSm> unsupportedQualSm_;
 };
 
 // Creates the root state machine; the returned object is fully wired.

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "pbr/hwmodel/Qualifier.h"
 #include "tests/OrbFlowspec/support/StackHarness.h"
 
 namespace {
@@ -192,12 +193,45 @@ void randomChange(std::mt19937& rng, Inputs& inputs, StackHarness& stack) {
   }
 }
 
+// The hardware of a run, drawn once per seed and given to both stacks before they start:
+// Ethernet3 sits on a card whose banks are either ample or empty, and the main card cannot
+// qualify on some fields. Both are fixed for the run because the hardware applies them to
+// programs requested afterwards (and keeps a version that forwards while a new one cannot be
+// placed beside it), so changing them midway makes the hardware itself depend on history.
+struct Hardware {
+  std::uint32_t smallIpv4Entries = 0;
+  std::uint32_t smallIpv6Entries = 0;
+  std::vector<std::pair<Acl::AclType, Pbr::Qualifier>> unsupported;
+
+  explicit Hardware(std::mt19937& rng) {
+    smallIpv4Entries = rng() % 2 ? 100'000 : 0;
+    smallIpv6Entries = rng() % 2 ? 100'000 : 0;
+    for (int i = 0; i < Pbr::kQualifierCount; ++i) {
+      if (rng() % 5 == 0) {
+        unsupported.emplace_back(static_cast<Acl::AclType>(rng() % 2),
+                                 static_cast<Pbr::Qualifier>(1 << i));
+      }
+    }
+  }
+  void applyTo(StackHarness& stack) const {
+    stack.hardware->lineCardIs("small", smallIpv4Entries, smallIpv6Entries, 64);
+    stack.hardware->intfIs(Nwk::IntfId("Ethernet3"), "small");
+    for (auto const& [aclType, qualifier] : unsupported) {
+      stack.hardware->unsupportedQualifierIs(StackHarness::kLineCard, aclType, qualifier);
+    }
+  }
+};
+
 TEST(Convergence, RandomChangesEndWhereAFreshStartEnds) {
+  bool sawFailure = false;
+  bool sawUnsupported = false;
   for (unsigned seed = 1; seed <= 30; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     // Several VRFs carry the same rules: they share class-maps.
     std::mt19937 rng(seed);
+    Hardware const hardware(rng);
     StackHarness stack;
+    hardware.applyTo(stack);
     Inputs inputs;
     stack.start();
     for (int step = 0; step < 150; ++step) {
@@ -232,11 +266,18 @@ TEST(Convergence, RandomChangesEndWhereAFreshStartEnds) {
     stack.settle();
 
     StackHarness fresh;
+    hardware.applyTo(fresh);
     inputs.applyTo(fresh);
     fresh.start();
     fresh.settle();
-    ASSERT_EQ(stack.outputs(), fresh.outputs());
+    std::string const outputs = stack.outputs();
+    ASSERT_EQ(outputs, fresh.outputs());
+    sawFailure |= outputs.find(": 6 failed") != std::string::npos;
+    sawUnsupported |= outputs.find(": 4 unsupported qualifier") != std::string::npos;
   }
+  // The drawn hardware did make rules fail and qualifiers count somewhere.
+  EXPECT_TRUE(sawFailure);
+  EXPECT_TRUE(sawUnsupported);
 }
 
 }  // namespace

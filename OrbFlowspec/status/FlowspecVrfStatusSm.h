@@ -1,0 +1,119 @@
+#pragma once
+
+#include <map>
+#include <memory>
+
+#include "OrbFlowspec/status/IntfInstalled.h"
+#include "models/flowspec/Config.h"
+#include "models/flowspec/FlowspecUtil.h"
+#include "models/flowspec/Status.h"
+#include "models/policymap/PolicyMapStatus.h"
+#include "platform/cog/ReactorMap.h"
+#include "platform/kiln/KilnBaseOutputSm.h"
+#include "platform/kiln/Task.h"
+#include "platform/kiln/TaskScheduler.h"
+
+namespace OrbFlowspec {
+
+// Publishes the hardware status of every rule of one VRF, and the VRF's interfaces on which
+// the flowspec policy is installed or failed.
+//
+// Watches the VRF's policy-map status (class-map states and per-interface installed states,
+// through one nested ClassMapStatusSm per class-map and one IntfStatusSm per interface), the
+// VRF's rule configurations and rule statuses, and the unsupported qualifiers per address
+// family. A rule's status comes from its class-map's state; when that gives nothing, from the
+// aggregate of the interfaces of the rule's family; a rule using a component the line cards
+// cannot qualify on gets status 4 whatever else holds. Status 3 belongs to the translation
+// side and is never overwritten. Changes only queue the rule in a backlog that a cooperative
+// task drains, so a burst of changes costs one evaluation per rule.
+//
+// Writes statusCode and errorReason of the rule statuses, and intfError and activeIntfPerAf of
+// the VRF rule status. Created by the status root while the VRF has a name, a policy-map status,
+// a rule status and rules; the root runs doCleanup before dropping it. A removed nested reactor
+// runs the handler for its key once more, which then finds its record gone.
+class FlowspecVrfStatusSm : public Kiln::KilnBaseOutputSm {
+ public:
+  using VrfId = Vrf::VrfIdMap::VrfId;
+  using Status = Flowspec::HwRuleProgrammingStatus;
+
+  // What the status root hands over, in the order the factory takes it. The framework's
+  // reinstantiation check compares them.
+  struct Inputs {
+    Cog::Ptr<PolicyMap::PolicyMapStatus const> pmapStatus;
+    Cog::Ptr<Flowspec::VrfRuleStatus> vrfRuleStatus;
+    Cog::Ptr<Flowspec::VrfRuleConfig const> vrfRuleConfig;
+    Cog::Ptr<Flowspec::Status const> flowspecStatus;
+    Cog::Ptr<Kiln::TaskScheduler> taskScheduler;
+    bool operator==(Inputs const&) const = default;
+  };
+
+  explicit FlowspecVrfStatusSm(Inputs inputs);
+  ~FlowspecVrfStatusSm() override;
+  bool constructedWith(Inputs const& inputs) const { return inputs == in_; }
+
+  COG_RECORD(FlowspecVrfStatusSm, (hashSet, Flowspec::FlowspecKey, ruleBacklog, RuleBacklog),
+             (orderedChildren, Nwk::AddressFamily, IntfInstalled, intfInstalled, IntfInstalled),
+             (value, bool, initialized, Initialized));
+
+  VrfId vrfId() const;
+  VrfId fwkKey() const { return vrfId(); }
+  Cog::String vrfName() const;
+
+  // Rules.
+  void handleInitialized();
+  void handleRule(Flowspec::FlowspecKey const& key);
+  void handleRule();
+  void handleRuleFor(Nwk::AddressFamily af);
+  void handleRuleTask();
+  void handleUnsupportedQual(Nwk::AddressFamily af);
+  void processRule(Flowspec::FlowspecKey const& key);
+  Status classInstalledState(Flowspec::FlowspecKey const& key) const;
+  void doCleanup();
+
+  // The aggregate state of the interfaces of a family; 0 when none is recorded.
+  Status afInstalled(Nwk::AddressFamily af) const;
+  // Stores the aggregate and re-evaluates the family's rules when it changed.
+  void afInstalledIs(Nwk::AddressFamily af, Status status);
+  void afInstalledDel(Nwk::AddressFamily af);
+
+  // Class-maps: one nested reactor per class-map status.
+  class ClassMapStatusSm;
+  void handleClassStatus(Cog::String const& name);
+  void handleClassStatus();
+  void handleClassState(Cog::String const& name);
+  void classMapStatusIs(Cog::Ptr<PolicyMap::ClassMapStatus const> const& status);
+  void classMapStatusDel(Cog::String const& name);
+
+  // Interfaces: one nested reactor per interface status.
+  class IntfStatusSm;
+  static Nwk::AddressFamily addressFamilyFor(PolicyMap::ClassMapMatchOption matchOption);
+  void handleIntfStatus();
+  void handleIntfStatus(Nwk::IntfId const& intfId, PolicyMap::ClassMapMatchOption matchOption);
+  void updateAfInstalled(Nwk::AddressFamily af, Nwk::IntfId const& intfId,
+                         PolicyMap::InstalledState state);
+  void intfStatusIs(Cog::Ptr<PolicyMap::IntfStatus const> const& status);
+  void intfStatusDel(Nwk::IntfId const& intfId);
+
+  // Kiln::KilnBaseOutputSm:
+  char const* fwkType() const override { return "FlowspecVrfStatusSm"; }
+  void dumpState(Kiln::DumpContext* ctx, int indent) const override;
+
+ private:
+  struct Reactors;
+
+  Inputs const in_;
+  Flowspec::FlowspecUtil flowspecUtil_;
+  std::map<Nwk::AddressFamily, Status> afInstalled_;
+  std::unique_ptr<Reactors> reactors_;
+  Cog::OrderedReactorMap<Nwk::IntfId, IntfStatusSm> intfStatus_;
+  Cog::ReactorMap<Cog::String, ClassMapStatusSm> classMapStatus_;
+  std::unique_ptr<Kiln::Task> ruleTask_;
+};
+
+Cog::Ptr<FlowspecVrfStatusSm> flowspecVrfStatusSmFactory(
+    Cog::Ptr<PolicyMap::PolicyMapStatus const> pmapStatus,
+    Cog::Ptr<Flowspec::VrfRuleStatus> vrfRuleStatus,
+    Cog::Ptr<Flowspec::VrfRuleConfig const> vrfRuleConfig,
+    Cog::Ptr<Flowspec::Status const> flowspecStatus, Cog::Ptr<Kiln::TaskScheduler> taskScheduler);
+
+}  // namespace OrbFlowspec

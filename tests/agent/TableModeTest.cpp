@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <memory>
 #include <set>
@@ -62,14 +63,31 @@ class TableMode : public testing::Test {
   std::string scenarioShow(std::string const& rules) {
     std::string const path =
         write("rules.json", std::string(kInterfaces) + R"(, "rules": [)" + rules + "]}");
-    std::string const output = dir_ + "scenario.out";
+    std::string const text = runToEnd({FLOWSPEC_AGENT_PATH, "--scenario", path});
+    return text.substr(text.find('\n') + 1);  // without the scenario summary line
+  }
+
+  // Runs a program to its end (bounded) and returns its output.
+  std::string runToEnd(std::vector<std::string> const& argv) {
+    std::string const output = dir_ + "run.out";
     std::remove(output.c_str());
     {
-      ChildProcess agent({FLOWSPEC_AGENT_PATH, "--scenario", path}, output);
-      EXPECT_TRUE(eventually([&] { return agent.exited(); }));
+      ChildProcess child(argv, output);
+      EXPECT_TRUE(eventually([&] { return child.exited(); })) << argv[0] << " did not end";
     }
-    std::string const text = fileText(output);
-    return text.substr(text.find('\n') + 1);  // without the scenario summary line
+    return fileText(output);
+  }
+
+  // Maps the table once the feed has created it; false when it does not appear in time.
+  bool tableOpened() {
+    return eventually([&] {
+      try {
+        reader_ = std::make_unique<Flowspec::RuleSetReader>(name_);
+      } catch (Tidal::TableError const&) {
+        return false;
+      }
+      return true;
+    });
   }
 
   std::unique_ptr<ChildProcess> startFeed() {
@@ -93,6 +111,7 @@ class TableMode : public testing::Test {
   std::string name_;
   std::string dir_;
   std::string scenario_;
+  std::unique_ptr<Flowspec::RuleSetReader> reader_;
 };
 
 // The keys the feed changed in the table since the last call.
@@ -110,15 +129,8 @@ TEST_F(TableMode, AgentFollowsTheFeedAcrossRestartsOfEither) {
   auto feed = startFeed();
   feed->lineIs(std::string(kHeader) + kDenyWeb);
   feed->lineIs(std::string(kHeader) + kPoliceDns);
-  std::unique_ptr<Flowspec::RuleSetReader> reader;
-  ASSERT_TRUE(eventually([&] {
-    try {
-      reader = std::make_unique<Flowspec::RuleSetReader>(name_);
-    } catch (Tidal::TableError const&) {
-      return false;
-    }
-    return reader->size() == 2;
-  })) << fileText(dir_ + "feed.log");
+  ASSERT_TRUE(tableOpened()) << fileText(dir_ + "feed.log");
+  Flowspec::RuleSetReader& reader = *reader_;
 
   auto agent = startAgent();
   ASSERT_TRUE(showIs(bothShown)) << fileText(showPath()) << fileText(dir_ + "agent.log");
@@ -130,10 +142,10 @@ TEST_F(TableMode, AgentFollowsTheFeedAcrossRestartsOfEither) {
   EXPECT_NE(fileText(dir_ + "agent.log").find(bothShown), std::string::npos);
 
   // A restarted agent rebuilds the same state from the table alone.
-  changedKeys(*reader);
+  changedKeys(reader);
   agent = startAgent();
   EXPECT_TRUE(showIs(bothShown)) << fileText(showPath());
-  EXPECT_EQ(changedKeys(*reader), std::set<std::string>{});
+  EXPECT_EQ(changedKeys(reader), std::set<std::string>{});
 
   // A restarted feed adopts the table; re-sending an unchanged route writes nothing, and only
   // the withdrawn rule leaves the agent's programming.
@@ -145,8 +157,141 @@ TEST_F(TableMode, AgentFollowsTheFeedAcrossRestartsOfEither) {
   feed->lineIs(std::string(kHeader) + kDenyWeb);
   feed->lineIs(kWithdrawDns);
   EXPECT_TRUE(showIs(webShown)) << fileText(showPath());
-  EXPECT_EQ(changedKeys(*reader),
+  EXPECT_EQ(changedKeys(reader),
             std::set<std::string>{"vrf 1 ipv4 dst 10.0.1.0/24 proto =17 dport =53"});
 }
 
 }  // namespace
+
+// The first executable named `program` in PATH or the system directories, or "".
+std::string installed(std::string const& program) {
+  std::string path = std::getenv("PATH") ? std::getenv("PATH") : "";
+  path += ":/usr/sbin:/usr/bin:/sbin:/bin";
+  for (std::size_t start = 0; start <= path.size();) {
+    std::size_t end = path.find(':', start);
+    end = end == std::string::npos ? path.size() : end;
+    std::string const candidate = path.substr(start, end - start) + "/" + program;
+    if (end > start && access(candidate.c_str(), X_OK) == 0) {
+      return candidate;
+    }
+    start = end + 1;
+  }
+  return "";
+}
+
+// Live speakers on 127.0.0.1: gobgpd originates flowspec routes, ExaBGP peers with it and hands
+// every received UPDATE to the feed through its process API, the agent maps the feed's table.
+TEST_F(TableMode, RoutesFromLiveSpeakersReachTheAgent) {
+  std::string const gobgpd = installed("gobgpd");
+  std::string const gobgp = installed("gobgp");
+  std::string const exabgp = installed("exabgp");
+  if (gobgpd.empty() || gobgp.empty() || exabgp.empty()) {
+    GTEST_SKIP() << "exabgp, gobgpd and gobgp must be installed (scripts/install-deps.sh)";
+  }
+  int const port = 30000 + getpid() % 15000 * 2;
+  std::string const api = "127.0.0.1:" + std::to_string(port + 1);
+  std::string const gobgpdConf = write("gobgpd.toml", R"([global.config]
+  as = 65001
+  router-id = "127.0.0.1"
+  port = )" + std::to_string(port) + R"(
+  local-address-list = ["127.0.0.1"]
+[[neighbors]]
+  [neighbors.config]
+    neighbor-address = "127.0.0.1"
+    peer-as = 65002
+  [neighbors.transport.config]
+    passive-mode = true
+  [[neighbors.afi-safis]]
+    [neighbors.afi-safis.config]
+      afi-safi-name = "ipv4-flowspec"
+  [[neighbors.afi-safis]]
+    [neighbors.afi-safis.config]
+      afi-safi-name = "ipv6-flowspec"
+)");
+  std::string const exabgpConf = write("exabgp.conf", R"(process feed {
+  run )" + std::string(FLOWSPEC_FEED_PATH) + " --table " + name_ +
+                                                          R"( --vrf-id 1 --exabgp;
+  encoder json;
+}
+neighbor 127.0.0.1 {
+  router-id 127.0.0.2;
+  local-address 127.0.0.1;
+  local-as 65002;
+  peer-as 65001;
+  connect )" + std::to_string(port) + R"(;
+  family { ipv4 flow; ipv6 flow; }
+  api {
+    processes [ feed ];
+    receive { parsed; packets; update; }
+  }
+}
+)");
+  ChildProcess gobgpdProcess({gobgpd, "-f", gobgpdConf, "--api-hosts", api}, dir_ + "gobgpd.log");
+  auto gobgpCli = [&](std::string const& family, std::string const& command) {
+    std::vector<std::string> argv = {gobgp,    "-u",  "127.0.0.1", "-p",  std::to_string(port + 1),
+                                     "global", "rib", "-a",        family};
+    for (std::size_t start = 0, end; start < command.size(); start = end + 1) {
+      end = command.find(' ', start);
+      end = end == std::string::npos ? command.size() : end;
+      argv.push_back(command.substr(start, end - start));
+    }
+    return runToEnd(argv);
+  };
+  if (!eventually([&] {
+        return runToEnd({gobgp, "-p", std::to_string(port + 1), "neighbor"}).find("127.0.0.1") !=
+               std::string::npos;
+      })) {
+    GTEST_SKIP() << "gobgpd did not start: " << fileText(dir_ + "gobgpd.log");
+  }
+  char const* user = std::getenv("USER");
+  ChildProcess exabgpProcess(
+      {exabgp, exabgpConf}, dir_ + "exabgp.log", false,
+      {"exabgp_daemon_user=" + std::string(user ? user : "root"), "exabgp_cli_enable=false"});
+  ASSERT_TRUE(eventually([&] {
+    return runToEnd({gobgp, "-p", std::to_string(port + 1), "neighbor"}).find("Establ") !=
+           std::string::npos;
+  })) << fileText(dir_ + "exabgp.log");
+  ASSERT_TRUE(tableOpened()) << fileText(dir_ + "exabgp.log");
+
+  auto agent = startAgent();
+  std::string const webDeny = kDenyWebRule;
+  std::string const webPolice =
+      R"({"vrf": 1, "id": 1, "match": "ipv4 dst 10.0.0.0/24 proto =6 dport =80", )"
+      R"("actions": {"police": 1000.0}})";
+  std::string const v6Police =
+      R"({"vrf": 1, "id": 2, "match": "ipv6 dst 2001:db8::/32 proto =17 dport =443", )"
+      R"("actions": {"police": 125000.0}})";
+  struct Step {
+    std::string family;
+    std::string command;
+    std::string rules;
+  };
+  std::vector<Step> const steps = {
+      {"ipv4-flowspec",
+       "add match destination 10.0.0.0/24 protocol tcp destination-port ==80 then discard",
+       webDeny},
+      {"ipv6-flowspec",
+       "add match destination 2001:db8::/32 protocol udp destination-port ==443 then rate-limit "
+       "125000",
+       webDeny + "," + v6Police},
+      {"ipv4-flowspec",
+       "add match destination 10.0.0.0/24 protocol tcp destination-port ==80 then rate-limit 1000",
+       webPolice + "," + v6Police},
+      {"ipv6-flowspec", "del match destination 2001:db8::/32 protocol udp destination-port ==443",
+       webPolice},
+  };
+  for (Step const& step : steps) {
+    SCOPED_TRACE(step.command);
+    std::string const expected = scenarioShow(step.rules);
+    gobgpCli(step.family, step.command);
+    EXPECT_TRUE(showIs(expected)) << fileText(showPath()) << "expected:\n" << expected;
+  }
+
+  // A killed agent, restarted, rebuilds the same state with no route re-sent.
+  std::string const shown = fileText(showPath());
+  ASSERT_TRUE(agent->stop(SIGKILL, std::chrono::seconds(5)));
+  changedKeys(*reader_);
+  agent = startAgent();
+  EXPECT_TRUE(showIs(shown)) << fileText(showPath());
+  EXPECT_EQ(changedKeys(*reader_), std::set<std::string>{});
+}

@@ -60,6 +60,10 @@ ChildProcess::ChildProcess(std::vector<std::string> const& argv, std::string con
 
 ChildProcess::~ChildProcess() {
   closeInput();
+  // SIGTERM first, so that a speaker ends and reaps the helpers it started; SIGKILL for
+  // whatever is left of the group.
+  kill(-pid_, SIGTERM);
+  eventually([this] { return exited(); }, std::chrono::seconds(2));
   kill(-pid_, SIGKILL);
   if (!status_) {
     waitpid(pid_, nullptr, 0);

@@ -12,8 +12,8 @@ namespace AgentTest {
 
 // A program the end-to-end tests start: its own process group (so that whatever it starts in
 // turn goes with it), standard output and error appended to files, standard input a pipe the
-// test writes lines to or /dev/null. The destructor kills the whole group and reaps it, so a
-// failing test leaves nothing running.
+// test writes lines to or /dev/null. The destructor ends the whole group (SIGTERM, then SIGKILL)
+// and reaps it, so a failing test leaves nothing running.
 class ChildProcess {
  public:
   ChildProcess(std::vector<std::string> const& argv, std::string const& outputPath,

@@ -1,6 +1,7 @@
 #include "platform/tidal/ChangeWaiter.h"
 
 #include <sched.h>
+#include <signal.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
@@ -14,7 +15,14 @@ ChangeWaiter::ChangeWaiter(SharedSegment const& segment)
   if (fd_ < 0) {
     throw TableError(std::string("rule table: cannot create an eventfd: ") + std::strerror(errno));
   }
+  // The thread takes no signals: a process that waits for SIGTERM with a signalfd blocks it in
+  // its own thread only, and a thread left open to it would end the process on it instead.
+  sigset_t all;
+  sigset_t previous;
+  sigfillset(&all);
+  pthread_sigmask(SIG_SETMASK, &all, &previous);
   thread_ = std::thread([this] { run(); });
+  pthread_sigmask(SIG_SETMASK, &previous, nullptr);
 }
 
 ChangeWaiter::~ChangeWaiter() {

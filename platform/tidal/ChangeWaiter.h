@@ -13,7 +13,8 @@ namespace Tidal {
 // only watches the change count and writes to an eventfd; it never touches table state. fd()
 // becomes readable after the change count has moved past what the thread last reported;
 // acknowledge() drains it. The loop reads the changes themselves through the reader backing,
-// after acknowledging, so a change arriving in between signals again. The destructor stops and
+// after acknowledging, so a change arriving in between signals again. The thread blocks every
+// signal, so signals go to the loop's thread. The destructor stops and
 // joins the thread; the segment must outlive the waiter.
 class ChangeWaiter {
  public:

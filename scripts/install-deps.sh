@@ -3,7 +3,8 @@
 # machine that already has every package is left alone without touching the network.
 set -euo pipefail
 
-packages=(build-essential cmake clang clang-format libgtest-dev libbenchmark-dev nlohmann-json3-dev)
+packages=(build-essential cmake clang clang-format libgtest-dev libbenchmark-dev nlohmann-json3-dev
+  libnftables-dev nftables iproute2 pkg-config)
 
 missing=()
 for p in "${packages[@]}"; do

@@ -31,7 +31,15 @@ NftSession::NftSession(std::string const& netns) {
       return;
     }
   }
+  // The context's netlink socket belongs to the namespace it is opened in.
+  if (targetNs_ >= 0 && ::setns(targetNs_, CLONE_NEWNET) != 0) {
+    error_ = "network namespace " + netns + ": " + std::strerror(errno);
+    return;
+  }
   ctx_ = nft_ctx_new(NFT_CTX_DEFAULT);
+  if (targetNs_ >= 0) {
+    (void)::setns(ownNs_, CLONE_NEWNET);
+  }
   if (!ctx_) {
     error_ = "no nftables context";
     return;

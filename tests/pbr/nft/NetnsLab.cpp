@@ -200,6 +200,11 @@ NetnsLab::NetnsLab() {
   }
   sendFd_ = packetSocket(sender_, "ab");
   captureFd_ = packetSocket(sink_, "cb");
+  // Room for every frame of a test, so that the capture itself drops none.
+  int const bufferSize = 32 << 20;
+  if (captureFd_ >= 0) {
+    (void)::setsockopt(captureFd_, SOL_SOCKET, SO_RCVBUFFORCE, &bufferSize, sizeof bufferSize);
+  }
   if (sendFd_ < 0 || captureFd_ < 0) {
     error_ = "no packet sockets in the lab's namespaces";
   }
@@ -237,7 +242,7 @@ std::vector<Arrival> NetnsLab::drain() {
     socklen_t fromLen = sizeof from;
     ssize_t const n = ::recvfrom(captureFd_, buf, sizeof buf, 0,
                                  reinterpret_cast<sockaddr*>(&from), &fromLen);
-    if (n < 14 + 40 || from.sll_pkttype == PACKET_OUTGOING) {
+    if (n < 14 + 20 || from.sll_pkttype == PACKET_OUTGOING) {
       continue;
     }
     std::uint16_t const type = static_cast<std::uint16_t>(buf[12] << 8 | buf[13]);

@@ -26,10 +26,12 @@ NftDataplane::NftDataplane(Cog::Ptr<Kiln::TaskScheduler> scheduler, std::string 
   std::string const t = "inet " + table_;
   error_ = session_.run(reset() + "add map " + t +
                         " dispatch { type ifname . nf_proto : verdict; }\n"
-                        "add chain " + t +
+                        "add chain " +
+                        t +
                         " prerouting { type filter hook prerouting priority mangle; policy "
                         "accept; }\n"
-                        "add rule " + t + " prerouting iifname . meta nfproto vmap @dispatch\n");
+                        "add rule " +
+                        t + " prerouting iifname . meta nfproto vmap @dispatch\n");
   TRACE(gTrace, 3, "table ", t, error_.empty() ? " ready" : " failed: " + error_);
 }
 
@@ -61,9 +63,9 @@ void NftDataplane::programIs(Nwk::IntfId const& intf, std::shared_ptr<PolicyProg
         program->version, " classes #", program->classes.size());
   if (!program->makeBeforeBreak && state.chainId) {
     // Without make-before-break the old version goes when the new one is asked for.
-    std::string const error = session_.run(
-        "flush chain inet " + table_ + " s" + std::to_string(state.chainId) + "\n" +
-        objectsDel(state.forwarding));
+    std::string const error =
+        session_.run("flush chain inet " + table_ + " s" + std::to_string(state.chainId) + "\n" +
+                     objectsDel(state.forwarding));
     if (error.empty()) {
       state.forwarding.clear();
     }
@@ -227,8 +229,8 @@ void NftDataplane::apply(Slot const& slot, std::shared_ptr<PolicyProgram const> 
     std::vector<NewClass const*> accepted;
     for (NewClass const* c : writing) {
       std::string const alone = c->kept ? std::string()
-                                         : session_.run(batch(slot, chainId, chainExists, {c}, {}),
-                                                        /*dryRun=*/true);
+                                        : session_.run(batch(slot, chainId, chainExists, {c}, {}),
+                                                       /*dryRun=*/true);
       if (alone.empty()) {
         accepted.push_back(c);
       } else {
@@ -265,10 +267,10 @@ void NftDataplane::programDel(Nwk::IntfId const& intf, Nwk::AddressFamily af) {
   if (state.chainId) {
     std::string const t = "inet " + table_;
     std::string const chain = " s" + std::to_string(state.chainId);
-    std::string const error = session_.run(
-        "delete element " + t + " dispatch { \"" + intf.name() + "\" . " + familyText(af) +
-        " }\nflush chain " + t + chain + "\ndelete chain " + t + chain + "\n" +
-        objectsDel(state.forwarding));
+    std::string const error =
+        session_.run("delete element " + t + " dispatch { \"" + intf.name() + "\" . " +
+                     familyText(af) + " }\nflush chain " + t + chain + "\ndelete chain " + t +
+                     chain + "\n" + objectsDel(state.forwarding));
     if (!error.empty()) {
       TRACE(gTrace, 1, intf, " ", Nwk::toStrep(af), " not removed: ", error);
     }
@@ -280,8 +282,7 @@ void NftDataplane::countersRead(std::vector<Slot> const& slots, CountersDone don
   deliver([this, slots, done = std::move(done)] {
     std::vector<ClassCounters> counters(slots.size());
     std::string error;
-    auto const listed =
-        parseCounters(session_.list("list counters table inet " + table_, error));
+    auto const listed = parseCounters(session_.list("list counters table inet " + table_, error));
     if (!error.empty()) {
       TRACE(gTrace, 1, "counters not read: ", error);
     }

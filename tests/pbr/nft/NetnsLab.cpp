@@ -193,8 +193,9 @@ NetnsLab::NetnsLab() {
       sh(b + "neigh add 10.2.0.2 lladdr 02:00:00:00:00:0c dev bc nud permanent") &&
       sh(b + "neigh add fd02::2 lladdr 02:00:00:00:00:0c dev bc nud permanent") &&
       sh(b + "route add 10.9.0.0/16 via 10.2.0.2") && sh(b + "route add fd09::/16 via fd02::2") &&
-      sh(bx + "sysctl -w net.ipv4.ip_forward=1 net.ipv6.conf.all.forwarding=1 "
-              "net.ipv4.conf.all.rp_filter=0 net.ipv4.conf.ba.rp_filter=0");
+      sh(bx +
+         "sysctl -w net.ipv4.ip_forward=1 net.ipv6.conf.all.forwarding=1 "
+         "net.ipv4.conf.all.rp_filter=0 net.ipv4.conf.ba.rp_filter=0");
   if (!up) {
     return;
   }
@@ -240,8 +241,8 @@ std::vector<Arrival> NetnsLab::drain() {
   while (::poll(&pfd, 1, 5000) > 0) {
     sockaddr_ll from{};
     socklen_t fromLen = sizeof from;
-    ssize_t const n = ::recvfrom(captureFd_, buf, sizeof buf, 0,
-                                 reinterpret_cast<sockaddr*>(&from), &fromLen);
+    ssize_t const n =
+        ::recvfrom(captureFd_, buf, sizeof buf, 0, reinterpret_cast<sockaddr*>(&from), &fromLen);
     if (n < 14 + 20 || from.sll_pkttype == PACKET_OUTGOING) {
       continue;
     }

@@ -1,7 +1,5 @@
 // The nftables dataplane against real packets: rules programmed into a network namespace, frames
 // sent through it, counters and arrivals compared with the hardware model's classifier.
-#include "pbr/nft/NftDataplane.h"
-
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -9,6 +7,7 @@
 #include <random>
 #include <set>
 
+#include "pbr/nft/NftDataplane.h"
 #include "tests/pbr/PbrHarness.h"
 #include "tests/pbr/ProgramHelpers.h"
 #include "tests/pbr/nft/NetnsLab.h"
@@ -19,15 +18,15 @@ namespace {
 using Pbr::Packet;
 
 // Skips the test unless the lab and the dataplane are up.
-#define NFT_LAB_OR_SKIP(lab, dp)                                                       \
-  if (::geteuid() != 0) {                                                              \
-    GTEST_SKIP() << "needs root to create network namespaces and nftables tables";     \
-  }                                                                                    \
-  if (!(lab).error().empty()) {                                                        \
-    GTEST_SKIP() << "no network namespaces: " << (lab).error();                        \
-  }                                                                                    \
-  if (!(dp)->error().empty()) {                                                        \
-    GTEST_SKIP() << "no nftables in the namespace: " << (dp)->error();                 \
+#define NFT_LAB_OR_SKIP(lab, dp)                                                   \
+  if (::geteuid() != 0) {                                                          \
+    GTEST_SKIP() << "needs root to create network namespaces and nftables tables"; \
+  }                                                                                \
+  if (!(lab).error().empty()) {                                                    \
+    GTEST_SKIP() << "no network namespaces: " << (lab).error();                    \
+  }                                                                                \
+  if (!(dp)->error().empty()) {                                                    \
+    GTEST_SKIP() << "no nftables in the namespace: " << (dp)->error();             \
   }
 
 Acl::IpFilter v4(std::string const& dst, int proto = -1, std::uint8_t protoMask = 0xff) {
@@ -163,9 +162,9 @@ TEST(NftDataplane, CountsDropsAndArrivalsMatchTheModelThroughTheMachinery) {
   nft.settle();
   model.settle();
   ASSERT_EQ(nft.installed("red", NetnsLab::kIntf), "installed");
-  ASSERT_EQ(nft.installed("red", NetnsLab::kIntf,
-                          PolicyMap::ClassMapMatchOption::matchIpv6AccessGroup),
-            "installed");
+  ASSERT_EQ(
+      nft.installed("red", NetnsLab::kIntf, PolicyMap::ClassMapMatchOption::matchIpv6AccessGroup),
+      "installed");
 
   std::mt19937 rng(7);
   std::map<std::string, std::uint64_t> expected;
@@ -210,8 +209,8 @@ TEST(NftDataplane, CountsDropsAndArrivalsMatchTheModelThroughTheMachinery) {
 }
 
 // Programs `classes` on the lab's router through the dataplane alone and waits for the result.
-Pbr::ProgramResult programNow(Cog::Ptr<Kiln::TaskScheduler> const& scheduler,
-                              Pbr::NftDataplane& dp, std::vector<Pbr::ClassProgram> classes,
+Pbr::ProgramResult programNow(Cog::Ptr<Kiln::TaskScheduler> const& scheduler, Pbr::NftDataplane& dp,
+                              std::vector<Pbr::ClassProgram> classes,
                               Nwk::AddressFamily af = Nwk::AddressFamily::ipv4) {
   Pbr::ProgramResult out;
   dp.programIs(Nwk::IntfId(NetnsLab::kIntf), program(std::move(classes), af),
@@ -240,9 +239,9 @@ TEST(NftDataplane, PoliceDropsAboveItsRateAndDscpClassesRemark) {
   remark.setDscp = 46;
   Pbr::ActionSpec remark6;
   remark6.setDscp = 10;
-  auto const result = programNow(
-      scheduler, *dp, {ipClass("police", {ipDst("10.9.1.0/24")}, police),
-                       ipClass("remark", {ipDst("10.9.2.0/24")}, remark)});
+  auto const result = programNow(scheduler, *dp,
+                                 {ipClass("police", {ipDst("10.9.1.0/24")}, police),
+                                  ipClass("remark", {ipDst("10.9.2.0/24")}, remark)});
   EXPECT_EQ(result, Pbr::ProgramResult(2, Pbr::ClassResult{true, ""}));
   EXPECT_EQ(programNow(scheduler, *dp, {ip6Class("remark6", {ip6Dst("fd09::/16")}, remark6)},
                        Nwk::AddressFamily::ipv6),

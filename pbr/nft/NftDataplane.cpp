@@ -251,7 +251,6 @@ void NftDataplane::apply(Slot const& slot, std::shared_ptr<PolicyProgram const> 
     results[c->index].installed = true;
     state.forwarding.push_back(c->placed);
   }
-  // Classes that failed alone are not written; what they would have held is gone.
   TRACE(gTrace, 5, slot.intf, " ", Nwk::toStrep(slot.af), " ", program->policyName, " version ",
         program->version, " forwarding, ", writing.size(), " classes");
   done(results);

@@ -332,7 +332,30 @@ TEST(NftDataplane, RefusedAndUnusableClassesFailAloneWithTheirErrorText) {
   result = programNow(scheduler, *dp, {ipClass("to-blue", {ipDst("10.9.0.0/16")}, redirect)});
   EXPECT_EQ(result, Pbr::ProgramResult(1, Pbr::ClassResult{true, ""}));
 
-  // A name the kernel refuses fails the whole slot with libnftables' text.
+  // A rate the kernel refuses fails its class alone with libnftables' text; in an atomic
+  // program it fails the version and the one in place stays.
+  Pbr::ActionSpec tooFast;
+  tooFast.policeRateBps = ~std::uint64_t{0};
+  std::string const refused =
+      "Error: Could not process rule: Value too large for defined data type";
+  std::vector<Pbr::ClassProgram> const withRefused = {
+      ipClass("kept", {ipDst("10.9.0.0/16")}), ipClass("fast", {ipDst("10.9.0.0/16")}, tooFast)};
+  result = programNow(scheduler, *dp, withRefused);
+  EXPECT_EQ(result[0], (Pbr::ClassResult{true, ""}));
+  EXPECT_EQ(result[1], (Pbr::ClassResult{false, refused}));
+  Pbr::ProgramResult atomic;
+  dp->programIs(Nwk::IntfId(NetnsLab::kIntf),
+                program(withRefused, Nwk::AddressFamily::ipv4, true, /*atomic=*/true),
+                [&atomic](Pbr::ProgramResult const& r) { atomic = r; });
+  scheduler->runUntilNoWork(60);
+  EXPECT_EQ(atomic, Pbr::ProgramResult(2, Pbr::ClassResult{false, refused}));
+  std::vector<Pbr::ClassCounters> counters;
+  dp->countersRead({Pbr::Slot{Nwk::IntfId(NetnsLab::kIntf), Nwk::AddressFamily::ipv4}},
+                   [&counters](auto const& c) { counters = c; });
+  scheduler->runUntilNoWork(60);
+  EXPECT_EQ(counters, std::vector<Pbr::ClassCounters>({{{"kept", 0}}}));
+
+  // A name that is no Linux interface name fails the whole slot.
   Pbr::ProgramResult bad;
   dp->programIs(Nwk::IntfId("a-name-far-too-long"), program({ipClass("x", {})}),
                 [&bad](Pbr::ProgramResult const& r) { bad = r; });

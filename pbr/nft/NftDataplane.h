@@ -88,7 +88,7 @@ class NftDataplane : public Dataplane {
   // The rule texts of a class, or an error text.
   std::string classRules(ClassProgram const& program, Nwk::AddressFamily af, Placed const& placed,
                          std::vector<std::string>& rules) const;
-  // The transaction that makes `classes` the slot's rules (null chainId: creates the chain).
+  // The transaction that makes `classes` the slot's rules, creating its chain unless it exists.
   std::string batch(Slot const& slot, std::uint64_t chainId, bool chainExists,
                     std::vector<NewClass const*> const& classes,
                     std::vector<Placed> const& dropped) const;

@@ -7,6 +7,8 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "OrbFlowspec/root/FlowspecSm.h"
 #include "agent/Hardware.h"
@@ -14,6 +16,7 @@
 #include "agent/Scenario.h"
 #include "agent/Show.h"
 #include "agent/TableMode.h"
+#include "pbr/nft/NftDataplane.h"
 #include "platform/kiln/DumpContext.h"
 #include "platform/kiln/TaskScheduler.h"
 
@@ -21,13 +24,18 @@ namespace {
 
 constexpr char kUsage[] =
     "usage: flowspec-agent [--scenario FILE] [--max-seconds N] [--dump] [--help]\n"
-    "                      [--table NAME [--show-file PATH]]\n"
+    "                      [--table NAME [--show-file PATH]] [--dataplane hw|nft]\n"
+    "                      [--netns NAME] [--vrf-table VRF=TABLE]... [--hold N]\n"
     "  --scenario FILE   load VRFs, interfaces, flowspec interfaces and rules from FILE (JSON)\n"
     "  --table NAME      take the rules from the shared rule table NAME (not the scenario's) and\n"
     "                    run until SIGINT or SIGTERM\n"
     "  --show-file PATH  with --table: rewrite PATH with the show output whenever work is done\n"
     "  --max-seconds N   stop the event loop after N seconds even if work remains (default 60)\n"
     "  --dump            print the state machines' dumps as well\n"
+    "  --dataplane KIND  hw (the hardware model, default) or nft (nftables in the kernel)\n"
+    "  --netns NAME      with nft: program the network namespace NAME\n"
+    "  --vrf-table V=T   with nft: VRF V redirects to routing table T (packet mark T)\n"
+    "  --hold N          keep forwarding N seconds after the work is done, then show\n"
     "  --help            print this text\n"
     "Exit status: 0 when the scenario loaded without error (warnings allowed), 1 when some item\n"
     "of it was refused (the rest still ran), 2 for a usage error.\n"
@@ -43,6 +51,10 @@ struct Options {
   std::string table;
   std::string showFile;
   bool help = false;
+  std::string dataplane = "hw";
+  std::string netns;
+  std::vector<std::pair<std::string, std::uint32_t>> vrfTables;
+  double hold = 0;
 };
 
 bool parseOptions(int argc, char** argv, Options& options) {
@@ -58,6 +70,22 @@ bool parseOptions(int argc, char** argv, Options& options) {
       options.help = true;
     } else if (arg == "--dump") {
       options.dump = true;
+    } else if (arg == "--dataplane" && i + 1 < argc) {
+      options.dataplane = argv[++i];
+    } else if (arg == "--netns" && i + 1 < argc) {
+      options.netns = argv[++i];
+    } else if (arg == "--vrf-table" && i + 1 < argc) {
+      std::string const spec = argv[++i];
+      auto const eq = spec.find('=');
+      char* end = nullptr;
+      unsigned long const table =
+          eq == std::string::npos ? 0 : std::strtoul(spec.c_str() + eq + 1, &end, 10);
+      if (table == 0 || table > 0xffffffffu || *end != '\0') {
+        return false;
+      }
+      options.vrfTables.emplace_back(spec.substr(0, eq), static_cast<std::uint32_t>(table));
+    } else if (arg == "--hold" && i + 1 < argc) {
+      options.hold = std::strtod(argv[++i], nullptr);
     } else if (arg == "--max-seconds" && i + 1 < argc) {
       char* end = nullptr;
       options.maxSeconds = std::strtod(argv[++i], &end);
@@ -68,7 +96,8 @@ bool parseOptions(int argc, char** argv, Options& options) {
       return false;
     }
   }
-  return options.showFile.empty() || !options.table.empty();
+  return (options.showFile.empty() || !options.table.empty()) &&
+         (options.dataplane == "hw" || options.dataplane == "nft");
 }
 
 // Written whole and renamed into place, so that a reader never sees half of it.
@@ -124,10 +153,29 @@ int main(int argc, char** argv) {
     std::fflush(stdout);
   }
 
-  auto hardware = Agent::hardwareFor(records, scheduler, hardwareSpec);
-  auto flowspecSm = OrbFlowspec::flowspecSmFactory(records.mounts, hardware, scheduler,
+  // The hardware model, with the scenario's timed packets and counter requests; or the kernel.
+  Cog::Ptr<PolicyMap::PolicyMapAclHelper> dataplane;
+  std::unique_ptr<Agent::HardwareEvents> events;
+  Cog::Ptr<Pbr::HardwareModel> hardware;
+  if (options.dataplane == "nft") {
+    auto nft = Cog::make<Pbr::NftDataplane>(scheduler, options.netns);
+    if (!nft->error().empty()) {
+      std::fprintf(stderr, "nftables dataplane: %s\n", nft->error().c_str());
+      return EXIT_FAILURE;
+    }
+    for (auto const& [vrf, routingTable] : options.vrfTables) {
+      nft->vrfTableIs(vrf, routingTable);
+    }
+    dataplane = nft;
+  } else {
+    hardware = Agent::hardwareFor(records, scheduler, hardwareSpec);
+    dataplane = hardware;
+  }
+  auto flowspecSm = OrbFlowspec::flowspecSmFactory(records.mounts, dataplane, scheduler,
                                                    scheduler->timerWheel(), records.ocsd);
-  Agent::HardwareEvents const events(hardwareSpec, hardware, records, scheduler);
+  if (hardware) {
+    events = std::make_unique<Agent::HardwareEvents>(hardwareSpec, hardware, records, scheduler);
+  }
   bool done = true;
   if (table) {
     Agent::runUntilSignalled(*scheduler, *table, [&] {
@@ -137,6 +185,9 @@ int main(int argc, char** argv) {
     });
   } else {
     done = scheduler->runUntilNoWork(options.maxSeconds);
+  }
+  if (options.hold > 0) {
+    scheduler->runFor(options.hold);
   }
 
   std::printf("%s", Agent::showFlowspec(*flowspecSm).c_str());

@@ -3,9 +3,10 @@
 # machine that already has every package is left alone without touching the network.
 set -euo pipefail
 
-# exabgp and gobgpd are the BGP speakers of the end-to-end feed test.
+# exabgp and gobgpd are the BGP speakers of the end-to-end feed test; nftables, iproute2 and
+# libnftables the kernel dataplane and its network-namespace tests.
 packages=(build-essential cmake clang clang-format libgtest-dev libbenchmark-dev nlohmann-json3-dev
-          exabgp gobgpd)
+          exabgp gobgpd libnftables-dev nftables iproute2 pkg-config)
 
 missing=()
 for p in "${packages[@]}"; do

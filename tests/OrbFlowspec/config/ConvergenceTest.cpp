@@ -272,10 +272,11 @@ TEST(Convergence, RandomChangesEndWhereAFreshStartEnds) {
     fresh.settle();
     std::string const outputs = stack.outputs();
     ASSERT_EQ(outputs, fresh.outputs());
-    sawFailure |= outputs.find(": 6 failed") != std::string::npos;
+    sawFailure |= outputs.find(": 6 failed") != std::string::npos ||
+                  outputs.find(": 2 partially installed") != std::string::npos;
     sawUnsupported |= outputs.find(": 4 unsupported qualifier") != std::string::npos;
   }
-  // The drawn hardware did make rules fail and qualifiers count somewhere.
+  // The drawn hardware did refuse rules on some interfaces and qualifiers count somewhere.
   EXPECT_TRUE(sawFailure);
   EXPECT_TRUE(sawUnsupported);
 }

@@ -37,8 +37,8 @@ HardwareEvents::HardwareEvents(HardwareSpec const& spec, Cog::Ptr<Pbr::HardwareM
                                MountedRecords const& records,
                                Cog::Ptr<Kiln::TaskScheduler> const& scheduler) {
   for (auto const& stream : spec.streams) {
-    timers_.push_back(std::make_unique<Kiln::TimerTask>(
-        scheduler, kEventPriority, "packets", [hardware, stream] {
+    timers_.push_back(
+        std::make_unique<Kiln::TimerTask>(scheduler, kEventPriority, "packets", [hardware, stream] {
           for (std::uint32_t i = 0; i < stream.count; ++i) {
             hardware->classify(Nwk::IntfId(stream.interface), stream.packet);
           }

@@ -43,9 +43,9 @@ class Loader {
       error("scenario", "expected an object");
       return;
     }
-    knownKeys(scenario, "scenario",
-              {"vrfs", "interfaces", "flowspec", "rules", "lineCards", "packets",
-               "counterRequests"});
+    knownKeys(
+        scenario, "scenario",
+        {"vrfs", "interfaces", "flowspec", "rules", "lineCards", "packets", "counterRequests"});
     forEach(scenario, "vrfs", "vrfs",
             [this](Json const& item, std::string const& where) { loadVrf(item, where); });
     forEach(scenario, "interfaces", "interfaces",
@@ -257,9 +257,9 @@ class Loader {
   }
 
   void loadLineCard(Json const& item, std::string const& where) {
-    if (!itemObject(item, where,
-                    {"name", "ipv4Entries", "ipv6Entries", "rangeCheckers", "interfaces",
-                     "unsupported"})) {
+    if (!itemObject(
+            item, where,
+            {"name", "ipv4Entries", "ipv6Entries", "rangeCheckers", "interfaces", "unsupported"})) {
       return;
     }
     HardwareSpec::LineCard card;
@@ -278,8 +278,13 @@ class Loader {
       error(where + ".name", "duplicate line card " + quotedValue(*name));
       return;
     }
-    card = {*name, static_cast<std::uint32_t>(*v4), static_cast<std::uint32_t>(*v6),
-            static_cast<std::uint32_t>(*checkers), {}, 0, 0};
+    card = {*name,
+            static_cast<std::uint32_t>(*v4),
+            static_cast<std::uint32_t>(*v6),
+            static_cast<std::uint32_t>(*checkers),
+            {},
+            0,
+            0};
     if (auto const it = item.find("interfaces"); it != item.end()) {
       if (!it->is_array()) {
         error(where + ".interfaces", "expected an array of interface names");
@@ -292,8 +297,8 @@ class Loader {
           return;
         }
         std::string const intf = (*it)[i].get<std::string>();
-        if (cardOfIntf_.contains(intf) || std::count(card.interfaces.begin(),
-                                                     card.interfaces.end(), intf) > 0) {
+        if (cardOfIntf_.contains(intf) ||
+            std::count(card.interfaces.begin(), card.interfaces.end(), intf) > 0) {
           error(at, "interface " + quotedValue(intf) + " is on a line card already");
           return;
         }
@@ -337,7 +342,7 @@ class Loader {
       }
       if (!found) {
         error(at, "unknown qualifier " + (name.is_string() ? quotedValue(name.get<std::string>())
-                                                            : std::string("(not a string)")));
+                                                           : std::string("(not a string)")));
         return false;
       }
     }
@@ -399,11 +404,11 @@ class Loader {
     };
     std::uint64_t protocol = 6, sport = 0, dport = 0, icmpType = 0, icmpCode = 0, tcpFlags = 0,
                   length = 0, dscp = 0;
-    for (auto const& n : {Numeric{"protocol", 255, &protocol}, Numeric{"sport", 65535, &sport},
-                          Numeric{"dport", 65535, &dport}, Numeric{"icmpType", 255, &icmpType},
-                          Numeric{"icmpCode", 255, &icmpCode},
-                          Numeric{"tcpFlags", 0x1FF, &tcpFlags},
-                          Numeric{"length", 65535, &length}, Numeric{"dscp", 63, &dscp}}) {
+    for (auto const& n :
+         {Numeric{"protocol", 255, &protocol}, Numeric{"sport", 65535, &sport},
+          Numeric{"dport", 65535, &dport}, Numeric{"icmpType", 255, &icmpType},
+          Numeric{"icmpCode", 255, &icmpCode}, Numeric{"tcpFlags", 0x1FF, &tcpFlags},
+          Numeric{"length", 65535, &length}, Numeric{"dscp", 63, &dscp}}) {
       if (fields.contains(n.name)) {
         auto const value = unsignedField(fields, n.name, where, n.max);
         if (!value) {

@@ -90,8 +90,8 @@ std::string classProgramming(PolicyMap::PolicyMapStatus const* programmed,
   if (!status) {
     return {};
   }
-  static char const* const kStates[] = {"not programmed", "programming", "installed",
-                                        "partially installed", "failed", "removed"};
+  static char const* const kStates[] = {"not programmed",      "programming", "installed",
+                                        "partially installed", "failed",      "removed"};
   auto const state = static_cast<std::size_t>(status->classState());
   return std::string(" [") + (state < std::size(kStates) ? kStates[state] : "?") + ", " +
          std::to_string(status->packetCount()) + " packets]";
@@ -155,8 +155,8 @@ std::string showFlowspec(OrbFlowspec::FlowspecSm const& root) {
     }
     if (auto const vrfStatus = mounts.flowspecStatus()->vrfRuleStatus(vrfId)) {
       for (auto const& [key, status] : vrfStatus->ruleStatus()) {
-        os << "  status \"" << key.stringValue() << "\": "
-           << static_cast<unsigned>(status->statusCode()) << " "
+        os << "  status \"" << key.stringValue()
+           << "\": " << static_cast<unsigned>(status->statusCode()) << " "
            << util.statusCodeToStrep(status->statusCode());
         if (!status->errorReason().empty()) {
           os << " (" << status->errorReason() << ")";
@@ -176,8 +176,8 @@ std::string showFlowspec(OrbFlowspec::FlowspecSm const& root) {
     }
     if (vrfRuleConfig) {
       for (auto const& [key, infeasible] : vrfRuleConfig->infeasibleRule()) {
-        os << "  infeasible \"" << key.stringValue() << "\" ruleId " << infeasible->ruleId()
-           << ": " << util.compTypeToDetailLabel(infeasible->matchCompType()) << "\n";
+        os << "  infeasible \"" << key.stringValue() << "\" ruleId " << infeasible->ruleId() << ": "
+           << util.compTypeToDetailLabel(infeasible->matchCompType()) << "\n";
       }
     }
   }

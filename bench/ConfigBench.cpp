@@ -15,8 +15,8 @@ using OrbFlowspecTest::StackHarness;
 
 // A mix of rule shapes: prefixes, ports, protocol ranges, flags, lengths and DSCP.
 std::string ruleText(int i) {
-  std::string const dst = "ipv4 dst 10." + std::to_string((i >> 8) & 255) + "." +
-                          std::to_string(i & 255) + ".0/24";
+  std::string const dst =
+      "ipv4 dst 10." + std::to_string((i >> 8) & 255) + "." + std::to_string(i & 255) + ".0/24";
   switch (i % 5) {
     case 0:
       return dst + " proto =6 dport =" + std::to_string(1 + i % 60000);
@@ -27,8 +27,8 @@ std::string ruleText(int i) {
     case 3:
       return dst + " dscp =" + std::to_string(i % 64) + " frag isf";
     default:
-      return "ipv6 dst 2001:db8:" + std::to_string(i % 9999) + "::/48 dport =" +
-             std::to_string(1 + i % 60000);
+      return "ipv6 dst 2001:db8:" + std::to_string(i % 9999) +
+             "::/48 dport =" + std::to_string(1 + i % 60000);
   }
 }
 
@@ -51,7 +51,11 @@ void BM_HandlePolicy(benchmark::State& state) {
   }
   state.counters["classes"] = static_cast<double>(state.range(0));
 }
-BENCHMARK(BM_HandlePolicy)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond)
+BENCHMARK(BM_HandlePolicy)
+    ->Arg(1000)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Unit(benchmark::kMillisecond)
     ->Iterations(3);
 
 // Resident memory of the process, from /proc (0 where it cannot be read).

@@ -9,8 +9,8 @@
 namespace {
 
 std::string ruleText(int i) {
-  std::string const dst = "dst 10." + std::to_string((i >> 8) & 255) + "." +
-                          std::to_string(i & 255) + ".0/24";
+  std::string const dst =
+      "dst 10." + std::to_string((i >> 8) & 255) + "." + std::to_string(i & 255) + ".0/24";
   switch (i % 6) {
     case 0:
       return "ipv4 " + dst + " proto =6 dport =" + std::to_string(1 + i % 60000);

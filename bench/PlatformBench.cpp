@@ -78,8 +78,8 @@ void BM_TaskSwitch(benchmark::State& state) {
     tasks[0]->scheduleTask();
     scheduler->runUntilIdle();
   }
-  state.counters["switches/s"] =
-      benchmark::Counter(static_cast<double>(state.iterations() * 10001), benchmark::Counter::kIsRate);
+  state.counters["switches/s"] = benchmark::Counter(static_cast<double>(state.iterations() * 10001),
+                                                    benchmark::Counter::kIsRate);
 }
 BENCHMARK(BM_TaskSwitch);
 

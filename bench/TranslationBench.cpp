@@ -80,9 +80,9 @@ BENCHMARK(BM_TranslateRules)->Arg(100000)->Unit(benchmark::kMillisecond)->Iterat
 // values, 4.2 million entries, counted without being built.
 void BM_CountEntriesOfAHugeRule(benchmark::State& state) {
   auto rule = Cog::make<Flowspec::RuleConfig>(Flowspec::FlowspecKey(Nwk::AddressFamily::ipv4));
-  for (auto const& [type, hi] : {std::pair{MatchCompType::icmpType, 255u},
-                                 std::pair{MatchCompType::icmpCode, 255u},
-                                 std::pair{MatchCompType::dscp, 63u}}) {
+  for (auto const& [type, hi] :
+       {std::pair{MatchCompType::icmpType, 255u}, std::pair{MatchCompType::icmpCode, 255u},
+        std::pair{MatchCompType::dscp, 63u}}) {
     Flowspec::MatchComponent component(type);
     component.numericalRangeIs(NumericalRange(0, hi));
     rule->matchSetIs(component);

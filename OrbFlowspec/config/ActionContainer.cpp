@@ -39,8 +39,9 @@ Cog::Ptr<PolicyMap::PoliceAction> ActionContainer::policeActionIs(
   return policeAction_;
 }
 
-Cog::Ptr<PolicyMap::SetDscpAction> ActionContainer::setDscpActionIs(
-    Cog::String const& name, Kiln::UniqueId const& id, PolicyMap::Dscp const& dscp) {
+Cog::Ptr<PolicyMap::SetDscpAction> ActionContainer::setDscpActionIs(Cog::String const& name,
+                                                                    Kiln::UniqueId const& id,
+                                                                    PolicyMap::Dscp const& dscp) {
   if (!setDscpAction_ || setDscpAction_->name() != name || !(setDscpAction_->id() == id) ||
       !(setDscpAction_->dscp() == dscp)) {
     setDscpAction_ = Cog::make<PolicyMap::SetDscpAction>(name, id, dscp);

@@ -9,7 +9,8 @@ Trace::Handle gTrace("FlowspecConfigSm");
 }  // namespace
 
 // Watches the `vrf` of one L3 interface status and maps the interface again when it changes.
-class FlowspecConfigSm::L3IntfStatusSm : public Cog::BoundReactor<L3::Intf::Status, FlowspecConfigSm> {
+class FlowspecConfigSm::L3IntfStatusSm
+    : public Cog::BoundReactor<L3::Intf::Status, FlowspecConfigSm> {
  public:
   using BoundReactor::BoundReactor;
   void handleVrf() override { owner()->handleIntf(notifier()->intfId()); }
@@ -200,12 +201,12 @@ void FlowspecConfigSm::handleVrf(VrfId vrfId) {
   if (!newName.empty() && vrfRuleConfig && vrfRuleStatus) {
     TRACE(gTrace, 3, "Instantiating FlowspecVrfConfigSm for ", newName);
     vrfIdToNameCacheIs(vrfId, newName);
-    auto const policyMapConfig = in_.pmapTypeConfig->pmapInputIs(newName, in_.pmapTypeConfig->mapType());
+    auto const policyMapConfig =
+        in_.pmapTypeConfig->pmapInputIs(newName, in_.pmapTypeConfig->mapType());
     in_.pmapTypeConfig->pmapIs(policyMapConfig);
-    flowspecVrfConfigSmIs(newName,
-                          FlowspecVrfConfigSm::Inputs{vrfRuleConfig, vrfRuleStatus,
-                                                      in_.cmapTypeConfig, policyMapConfig,
-                                                      in_.vrfIdStatus, in_.scheduler})
+    flowspecVrfConfigSmIs(
+        newName, FlowspecVrfConfigSm::Inputs{vrfRuleConfig, vrfRuleStatus, in_.cmapTypeConfig,
+                                             policyMapConfig, in_.vrfIdStatus, in_.scheduler})
         ->aclEntryLimitIs(aclEntryLimit_);
     return;
   }

@@ -2,10 +2,9 @@
 // the command line is stamped on every flowspec policy that has a status, the programming
 // machinery answers each with a counter update time, and once every policy has answered the
 // rule statuses are written in a single pass.
-#include "OrbFlowspec/config/FlowspecConfigSm.h"
-
 #include <vector>
 
+#include "OrbFlowspec/config/FlowspecConfigSm.h"
 #include "platform/cog/Assert.h"
 #include "platform/trace/Trace.h"
 

@@ -55,8 +55,7 @@ class FlowspecVrfConfigSm : public Kiln::KilnBaseOutputSm {
   ~FlowspecVrfConfigSm() override;
   bool constructedWith(Inputs const& inputs) const { return inputs == in_; }
 
-  COG_RECORD(FlowspecVrfConfigSm,
-             (hashSet, Flowspec::FlowspecKey, ruleBacklog, RuleBacklog),
+  COG_RECORD(FlowspecVrfConfigSm, (hashSet, Flowspec::FlowspecKey, ruleBacklog, RuleBacklog),
              (hashChildren, Flowspec::FlowspecKey, ActionContainer, classActionContainer,
               ClassActionContainer),
              (hashMap, Flowspec::FlowspecKey, VrfId, cachedRedirectVrfId, CachedRedirectVrfId),
@@ -68,9 +67,7 @@ class FlowspecVrfConfigSm : public Kiln::KilnBaseOutputSm {
              (value, bool, initialized, Initialized));
 
   Cog::String const& vrfName() const { return vrfName_; }
-  Cog::Ptr<Flowspec::VrfRuleConfig const> const& vrfRuleConfig() const {
-    return in_.vrfRuleConfig;
-  }
+  Cog::Ptr<Flowspec::VrfRuleConfig const> const& vrfRuleConfig() const { return in_.vrfRuleConfig; }
   Cog::Ptr<Flowspec::VrfRuleStatus> const& vrfRuleStatus() const { return in_.vrfRuleStatus; }
   Cog::Ptr<PolicyMap::PolicyMapConfig> const& policyMapConfig() const {
     return in_.policyMapConfig;

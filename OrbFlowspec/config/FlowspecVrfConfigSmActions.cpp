@@ -70,8 +70,9 @@ void FlowspecVrfConfigSm::updateClassAction(Flowspec::FlowspecKey const& key,
   if (actions.police()) {
     TRACE(gTrace, 5, "Adding police action rate ", ruleConfig->trafficRateLimit());
     PolicyMap::PoliceRate const rate{policeRateBits(ruleConfig->trafficRateLimit()), 0};
-    auto const id = actionId(container->policeAction(),
-                             [&](PolicyMap::PoliceAction const& police) { return police.rate() == rate; });
+    auto const id = actionId(container->policeAction(), [&](PolicyMap::PoliceAction const& police) {
+      return police.rate() == rate;
+    });
     classAction->policyActionIs(container->policeActionIs(className, id, rate));
   } else {
     container->policeActionDel();
@@ -80,8 +81,9 @@ void FlowspecVrfConfigSm::updateClassAction(Flowspec::FlowspecKey const& key,
     std::uint8_t const dscp = ruleConfig->trafficMarkingDscp().value();
     if (dscp < 64) {
       PolicyMap::Dscp const value(dscp);
-      auto const id = actionId(container->setDscpAction(),
-                               [&](PolicyMap::SetDscpAction const& set) { return set.dscp() == value; });
+      auto const id =
+          actionId(container->setDscpAction(),
+                   [&](PolicyMap::SetDscpAction const& set) { return set.dscp() == value; });
       auto const action = container->setDscpActionIs(className, id, value);
       TRACE(gTrace, 5, "Adding dscp action with value ", dscp);
       classAction->policyActionIs(action);

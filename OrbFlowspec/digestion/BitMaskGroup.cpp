@@ -45,7 +45,8 @@ unsigned widthOf() {
 }  // namespace
 
 template <>
-Cog::Ptr<BitMaskGroup const> convertMatchOpValResultToGroup(Flowspec::MatchOpValResult const& pair) {
+Cog::Ptr<BitMaskGroup const> convertMatchOpValResultToGroup(
+    Flowspec::MatchOpValResult const& pair) {
   bool const match = pair.op & Flowspec::OpBits::kMatch;
   bool const negate = pair.op & Flowspec::OpBits::kNot;
   bool const allSet = match && !negate;
@@ -162,7 +163,8 @@ void andTcpBitMaskGroups(BitMaskGroup const& group, BitMaskGroup const& nextGrou
                         "invalid and for tcpBitMask groups");
 }
 
-bool processGroupVector(BitMaskGroupVector const& groupVector, Flowspec::MatchComponent& component) {
+bool processGroupVector(BitMaskGroupVector const& groupVector,
+                        Flowspec::MatchComponent& component) {
   COG_ASSERT(groupVector.size() > 0);
   Cog::Ptr<BitMaskGroup const> acc = groupVector.front();
   MatchCompType const matchCompType = acc->matchCompType();

@@ -14,8 +14,7 @@ namespace OrbFlowspec {
 class BitMaskGroup : public Cog::Entity {
  public:
   explicit BitMaskGroup(Flowspec::MatchCompType type) : matchCompType_(type) {}
-  COG_RECORD(BitMaskGroup,
-             (hashSet, Flowspec::IpBitMask, ipBitMask, IpBitMask),
+  COG_RECORD(BitMaskGroup, (hashSet, Flowspec::IpBitMask, ipBitMask, IpBitMask),
              (hashSet, Flowspec::TcpBitMask, tcpBitMask, TcpBitMask));
   Flowspec::MatchCompType matchCompType() const { return matchCompType_; }
   std::string toStrep() const;

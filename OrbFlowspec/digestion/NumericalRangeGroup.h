@@ -23,7 +23,8 @@ class NumericalRangeGroup : public Cog::Entity {
 // The ranges of every AND term of one component, in range order, before they are merged.
 class OrderedNumericalRangeGroup : public Cog::Entity {
  public:
-  COG_RECORD(OrderedNumericalRangeGroup, (orderedMap, Flowspec::NumericalRange, bool, range, Range));
+  COG_RECORD(OrderedNumericalRangeGroup,
+             (orderedMap, Flowspec::NumericalRange, bool, range, Range));
 };
 
 using NumericalRangeGroupVector = std::vector<Cog::Ptr<NumericalRangeGroup const>>;

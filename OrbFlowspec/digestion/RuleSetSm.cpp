@@ -89,8 +89,8 @@ void RuleSetSm::handleRule(Flowspec::FlowspecTidalKey const& tidalKey) {
     // install a class that matches more than the rule.
     TRACE(gTrace, 0, "key ", key, ": ", error.what());
     std::size_t const count = key.opValCount();
-    status = count == 0 ? kNoPairMeaning
-                        : Flowspec::OpVal::unpack(key.opVals().data()[count - 1]).type;
+    status =
+        count == 0 ? kNoPairMeaning : Flowspec::OpVal::unpack(key.opVals().data()[count - 1]).type;
   }
   if (status != MatchCompType::none) {
     auto const infeasible = vrfRuleConfig->infeasibleRuleIs(key);
@@ -216,8 +216,8 @@ bool RuleSetSm::digestMatchComponent(Cog::Ptr<Flowspec::RuleConfig> const& ruleC
                                      Flowspec::FlowspecKey const& key, MatchOpValIndex start,
                                      MatchOpValIndex end) const {
   Flowspec::MatchComponent component(key.getOptVal(start).matchCompType);
-  TRACE(gTrace, 8, " key ", key.stringValue(), ", start ", start.value(), ", end ",
-        end.value(), ", matchCompType ", component.matchCompType());
+  TRACE(gTrace, 8, " key ", key.stringValue(), ", start ", start.value(), ", end ", end.value(),
+        ", matchCompType ", component.matchCompType());
   bool status = false;
   if (component.matchTypeNumericalRange()) {
     Cog::Ptr<OrderedNumericalRangeGroup> ordered = scratchOrderedNumericalRangeGroup();

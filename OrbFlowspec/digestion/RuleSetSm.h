@@ -24,11 +24,9 @@ class RuleSetSm : public Kiln::WalkSmBase {
             Cog::Ptr<Flowspec::Config> config);
   ~RuleSetSm() override;
 
-  COG_RECORD(RuleSetSm,
-             (valueInit, bool, sanitizeRuleConfig, SanitizeRuleConfig, true),
+  COG_RECORD(RuleSetSm, (valueInit, bool, sanitizeRuleConfig, SanitizeRuleConfig, true),
              (value, Flowspec::FlowspecTidalKey, ruleBookmark, RuleBookmark),
-             (value, bool, fullWalkDone, FullWalkDone),
-             (value, bool, initialized, Initialized));
+             (value, bool, fullWalkDone, FullWalkDone), (value, bool, initialized, Initialized));
 
   Cog::Ptr<Flowspec::RuleSet const> const& ruleSet() const { return ruleSet_; }
   Cog::Ptr<Flowspec::Config> const& config() const { return config_; }

@@ -19,8 +19,7 @@ namespace OrbFlowspec {
 // them.
 class FlowspecMounts : public Cog::Entity {
  public:
-  COG_RECORD(FlowspecMounts,
-             (ptr, Flowspec::RuleSet const, flowspecTidal, FlowspecTidal),
+  COG_RECORD(FlowspecMounts, (ptr, Flowspec::RuleSet const, flowspecTidal, FlowspecTidal),
              (ptr, Flowspec::Config, flowspecConfig, FlowspecConfig),
              (ptr, Flowspec::CliConfig const, flowspecCliConfig, FlowspecCliConfig),
              (ptr, Flowspec::Status, flowspecStatus, FlowspecStatus),

@@ -42,8 +42,8 @@ Cog::Ptr<PolicyMap::ClassMapTypeConfig> FlowspecSm::cmapTypeConfigIs(Cog::String
   return policyMapConfig()->cmapTypeIs(name);
 }
 
-Cog::Ptr<PolicyMap::PolicyMapTypeConfig> FlowspecSm::pmapTypeConfigIs(
-    Cog::String const& name, PolicyMap::MapType mapType) {
+Cog::Ptr<PolicyMap::PolicyMapTypeConfig> FlowspecSm::pmapTypeConfigIs(Cog::String const& name,
+                                                                      PolicyMap::MapType mapType) {
   return policyMapConfig()->pmapTypeIs(name, mapType);
 }
 

@@ -1,16 +1,16 @@
 #pragma once
 
 #include "OrbFlowspec/config/FlowspecConfigSm.h"
+#include "OrbFlowspec/digestion/RuleSetSm.h"
 #include "OrbFlowspec/root/FlowspecMounts.h"
 #include "OrbFlowspec/root/FlowspecPbrSm.h"
-#include "OrbFlowspec/digestion/RuleSetSm.h"
 #include "OrbFlowspec/status/FlowspecStatusSm.h"
 #include "OrbFlowspec/unsupported/UnsupportedQualSm.h"
 #include "models/mounted/MountedInputs.h"
 #include "models/policymap/Config.h"
 #include "models/policymap/IntfConfig.h"
-#include "models/policymap/PolicyMapTypeStatus.h"
 #include "models/policymap/PolicyMapAclHelper.h"
+#include "models/policymap/PolicyMapTypeStatus.h"
 #include "platform/kiln/KilnBaseOutputSm.h"
 #include "platform/kiln/TaskScheduler.h"
 #include "platform/kiln/TimerWheel.h"
@@ -31,8 +31,7 @@ class FlowspecSm : public Kiln::KilnBaseOutputSm {
              Cog::Ptr<Kiln::TaskScheduler> scheduler, Cog::Ptr<Kiln::TimerWheel> timerWheel,
              Cog::Ptr<Orb::OrbCommonSmData const> ocsd);
 
-  COG_RECORD(FlowspecSm,
-             (child, PolicyMap::Config, policyMapConfig, PolicyMapConfig),
+  COG_RECORD(FlowspecSm, (child, PolicyMap::Config, policyMapConfig, PolicyMapConfig),
              (child, PolicyMap::IntfConfig, intfConfig, IntfConfig),
              (child, PolicyMap::PolicyMapTypeStatus, pbrStatus, PbrStatus),
              (child, PolicyMap::PolicyMapStatusRequestDir, pmapStatusReq, PmapStatusReq),

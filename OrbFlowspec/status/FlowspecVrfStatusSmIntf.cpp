@@ -2,7 +2,6 @@
 // states of the VRF's policy into the VRF rule status and condenses each address family into
 // the status that stands in for rules whose class-map reports nothing.
 #include "OrbFlowspec/status/FlowspecVrfStatusSm.h"
-
 #include "platform/trace/Trace.h"
 
 namespace OrbFlowspec {

@@ -13,7 +13,9 @@ using Flowspec::MatchCompType;
 
 constexpr std::uint64_t kMax = std::numeric_limits<std::uint64_t>::max();
 
-std::uint64_t saturatingAdd(std::uint64_t a, std::uint64_t b) { return a > kMax - b ? kMax : a + b; }
+std::uint64_t saturatingAdd(std::uint64_t a, std::uint64_t b) {
+  return a > kMax - b ? kMax : a + b;
+}
 
 std::uint64_t saturatingMul(std::uint64_t a, std::uint64_t b) {
   return a != 0 && b > kMax / a ? kMax : a * b;
@@ -29,9 +31,10 @@ std::uint64_t rangeEntries(MatchCompType type, Flowspec::NumericalRange const& r
         return 0;
       }
       std::uint64_t pairs = 0;
-      Nwk::RangeMaskGen<std::uint8_t>::run(static_cast<std::uint8_t>(lo),
-                                           static_cast<std::uint8_t>(std::min<std::uint64_t>(hi, 0xFF)),
-                                           [&](auto const&) { ++pairs; });
+      Nwk::RangeMaskGen<std::uint8_t>::run(
+          static_cast<std::uint8_t>(lo),
+          static_cast<std::uint8_t>(std::min<std::uint64_t>(hi, 0xFF)),
+          [&](auto const&) { ++pairs; });
       return pairs;
     }
     case MatchCompType::port:

@@ -4,8 +4,8 @@
 
 #include "OrbFlowspec/translation/AclEntryCount.h"
 #include "OrbFlowspec/translation/BitMaskExpansion.h"
-#include "OrbFlowspec/translation/PrefixExpansion.h"
 #include "OrbFlowspec/translation/NumericalRangeExpansion.h"
+#include "OrbFlowspec/translation/PrefixExpansion.h"
 #include "models/flowspec/FlowspecUtil.h"
 #include "platform/cog/Assert.h"
 #include "platform/trace/Trace.h"

@@ -13,7 +13,7 @@ Cog::Ptr<RangeMaskGenWrapper> rangeMaskGenWrapperFactory() {
 }
 
 void RangeMaskGenWrapper::run(std::uint32_t min, std::uint32_t max, std::uint32_t rangeSize) {
-  COG_ASSERT(rangeSize < sizeof( max ) * 8);
+  COG_ASSERT(rangeSize < sizeof(max) * 8);
   rangeMaxIs((std::uint32_t{1} << rangeSize) - 1);
   if (min > rangeMax()) {
     return;

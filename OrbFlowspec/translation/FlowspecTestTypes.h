@@ -10,8 +10,7 @@ namespace OrbFlowspec {
 // inspection by tests and tools.
 class RangeMaskGenWrapper : public Cog::Entity {
  public:
-  COG_RECORD(RangeMaskGenWrapper,
-             (value, std::uint32_t, rangeMax, RangeMax),
+  COG_RECORD(RangeMaskGenWrapper, (value, std::uint32_t, rangeMax, RangeMax),
              (orderedMap, std::uint32_t, std::uint32_t, mask, Mask));
   // Stores the pairs of [min, min(max, 2^rangeSize - 1)]; nothing when min is above that.
   // Only 8-bit fields are supported: other sizes throw a range error.

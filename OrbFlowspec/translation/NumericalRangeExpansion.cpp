@@ -68,13 +68,13 @@ void expandRuleForNumericalRange(Flowspec::MatchComponent const& matchComp, Rule
     switch (matchComp.matchCompType()) {
       case MatchCompType::ipProtocol:
         if (lo < 256) {
-          Nwk::RangeMaskGen<std::uint8_t>::run(
-              static_cast<std::uint8_t>(lo), static_cast<std::uint8_t>(std::min(hi, 255u)),
-              [&](auto const& entry) {
-                ruleFilter.protocolIs(entry.start);
-                ruleFilter.protocolMaskIs(entry.mask);
-                queue.push(ruleFilter);
-              });
+          Nwk::RangeMaskGen<std::uint8_t>::run(static_cast<std::uint8_t>(lo),
+                                               static_cast<std::uint8_t>(std::min(hi, 255u)),
+                                               [&](auto const& entry) {
+                                                 ruleFilter.protocolIs(entry.start);
+                                                 ruleFilter.protocolMaskIs(entry.mask);
+                                                 queue.push(ruleFilter);
+                                               });
         } else {
           TRACE(gTrace, 2, "Invalid matchComponent value ", matchComp);
         }

@@ -10,9 +10,8 @@ namespace Acl {
 class AclTypeUnsupportedComponent : public Cog::Entity {
  public:
   explicit AclTypeUnsupportedComponent(AclType aclType) : aclType_(aclType) {}
-  COG_RECORD(AclTypeUnsupportedComponent,
-             (orderedChildren, Cog::String, UnsupportedComponent, unsupportedComponent,
-              UnsupportedComponent));
+  COG_RECORD(AclTypeUnsupportedComponent, (orderedChildren, Cog::String, UnsupportedComponent,
+                                           unsupportedComponent, UnsupportedComponent));
 
   AclType aclType() const { return aclType_; }
 

@@ -11,9 +11,8 @@ namespace Acl {
 class StatusDp : public Cog::Entity {
  public:
   explicit StatusDp(Cog::String name) : name_(std::move(name)) {}
-  COG_RECORD(StatusDp,
-             (orderedChildren, AclFeature, FeatureUnsupportedComponent,
-              featureUnsupportedComponent, FeatureUnsupportedComponent));
+  COG_RECORD(StatusDp, (orderedChildren, AclFeature, FeatureUnsupportedComponent,
+                        featureUnsupportedComponent, FeatureUnsupportedComponent));
 
   Cog::String const& name() const { return name_; }
 

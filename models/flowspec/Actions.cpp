@@ -6,7 +6,7 @@ std::string ActionFieldSet::toStrep() const {
   static constexpr struct {
     std::uint8_t bit;
     char const* name;
-  } kNames[] = {{kInvalid, "invalid"}, {kPermit, "permit"}, {kDeny, "deny"},
+  } kNames[] = {{kInvalid, "invalid"}, {kPermit, "permit"},     {kDeny, "deny"},
                 {kPolice, "police"},   {kRedirect, "redirect"}, {kDscp, "dscp"}};
   std::string out;
   for (auto const& [bit, name] : kNames) {

@@ -25,8 +25,9 @@ class BitMask {
 
   bool operator==(BitMask const&) const = default;
   bool operator<(BitMask const& o) const {
-    return mask_ != o.mask_ ? mask_ < o.mask_
-                            : value_ != o.value_ ? value_ < o.value_ : matchAll_ < o.matchAll_;
+    return mask_ != o.mask_     ? mask_ < o.mask_
+           : value_ != o.value_ ? value_ < o.value_
+                                : matchAll_ < o.matchAll_;
   }
   std::size_t hash(std::size_t seed = 0) const {
     return (seed ^ (std::size_t{mask_} << 17 | std::size_t{value_} << 1 | matchAll_)) *

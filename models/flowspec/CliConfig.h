@@ -14,8 +14,7 @@ enum class IpVersion : std::uint8_t { none = 0, ipv4 = 1, ipv6 = 2, ipv4AndIpv6 
 // the latest request to refresh the rule counters (seconds of the framework clock, 0 = none).
 class CliConfig : public Cog::Entity {
  public:
-  COG_RECORD(CliConfig,
-             (orderedMap, Nwk::IntfId, IpVersion, enabledIntf, EnabledIntf),
+  COG_RECORD(CliConfig, (orderedMap, Nwk::IntfId, IpVersion, enabledIntf, EnabledIntf),
              (value, double, counterUpdateRequestTime, CounterUpdateRequestTime));
 };
 

@@ -14,8 +14,7 @@ class VrfRuleConfig : public Cog::Entity {
  public:
   explicit VrfRuleConfig(Vrf::VrfIdMap::VrfId vrfId) : vrfId_(vrfId) {}
 
-  COG_RECORD(VrfRuleConfig,
-             (orderedChildren, FlowspecKey, RuleConfig, rule, Rule),
+  COG_RECORD(VrfRuleConfig, (orderedChildren, FlowspecKey, RuleConfig, rule, Rule),
              (orderedChildren, FlowspecKey, InfeasibleRule, infeasibleRule, InfeasibleRule));
 
   Vrf::VrfIdMap::VrfId vrfId() const { return vrfId_; }

@@ -59,9 +59,8 @@ std::string valueText(MatchCompType type, std::uint32_t value) {
 std::string pairText(FlowspecKey::OpVal const& pair, bool lastOfRun) {
   Kind const kind = kindOf(pair.type);
   std::uint8_t const logical = pair.op & (kind == Kind::numeric ? 0x07 : 0x03);
-  std::uint8_t const canonical =
-      canonicalOpByte(static_cast<std::uint8_t>(logical | (pair.op & OpBits::kAnd)), pair.value,
-                      lastOfRun);
+  std::uint8_t const canonical = canonicalOpByte(
+      static_cast<std::uint8_t>(logical | (pair.op & OpBits::kAnd)), pair.value, lastOfRun);
   if (pair.op == canonical && kind == Kind::numeric && kNumericOps[logical]) {
     return kNumericOps[logical] + std::to_string(pair.value);
   }
@@ -204,8 +203,8 @@ class Parser {
     }
     Nwk::IpGenPrefix const& current = destination ? key.destinationPrefix() : key.sourcePrefix();
     if (!current.isEmpty()) {
-      fail(namePos, std::string("a second ") + (destination ? "destination" : "source") +
-                        " prefix");
+      fail(namePos,
+           std::string("a second ") + (destination ? "destination" : "source") + " prefix");
     }
     destination ? key.destinationPrefixIs(*prefix) : key.sourcePrefixIs(*prefix);
   }
@@ -223,8 +222,8 @@ class Parser {
       if (number && *number <= FlowspecKey::kMaxType) {
         auto const type = static_cast<MatchCompType>(*number);
         if (kindOf(type) != Kind::other) {
-          fail(namePos, "type " + std::to_string(*number) + " is written '" + compTypeName(type) +
-                            "'");
+          fail(namePos,
+               "type " + std::to_string(*number) + " is written '" + compTypeName(type) + "'");
         }
         return type;
       }
@@ -303,8 +302,8 @@ class Parser {
     if (kindOf(type) == Kind::other) {
       fail(pairPos, "a component without a name takes raw pairs '#0xHH:value'");
     }
-    static constexpr std::pair<char const*, std::uint8_t> kOps[] = {
-        {"<=", 5}, {">=", 3}, {"!=", 6}, {"=", 1}, {"<", 4}, {">", 2}};
+    static constexpr std::pair<char const*, std::uint8_t> kOps[] = {{"<=", 5}, {">=", 3}, {"!=", 6},
+                                                                    {"=", 1},  {"<", 4},  {">", 2}};
     for (auto const& [token, bits] : kOps) {
       if (consume(token)) {
         return Parsed{static_cast<std::uint8_t>(andOp | bits), parseValue(type), false, pairPos};
@@ -329,7 +328,7 @@ class Parser {
     std::optional<std::uint64_t> value;
     if (kindOf(type) == Kind::bitmask) {
       value = token.size() > 2 && token.substr(0, 2) == "0x" ? hexadecimal(token.substr(2))
-                                                            : flags(type, token);
+                                                             : flags(type, token);
     } else {
       value = decimal(token);
       if (!value && type == MatchCompType::ipProtocol) {
@@ -369,8 +368,8 @@ class Parser {
       if (!std::isxdigit(static_cast<unsigned char>(c))) {
         return std::nullopt;
       }
-      int const digit = std::isdigit(static_cast<unsigned char>(c)) ? c - '0'
-                                                                    : std::tolower(c) - 'a' + 10;
+      int const digit =
+          std::isdigit(static_cast<unsigned char>(c)) ? c - '0' : std::tolower(c) - 'a' + 10;
       value = value * 16 + static_cast<std::uint64_t>(digit);
     }
     return value;
@@ -401,8 +400,8 @@ class Parser {
 
   static std::optional<std::uint64_t> protocol(std::string_view name) {
     static constexpr std::pair<char const*, std::uint64_t> kProtocols[] = {
-        {"icmp", 1}, {"tcp", 6}, {"udp", 17}, {"gre", 47}, {"esp", 50},
-        {"ah", 51},  {"icmpv6", 58}, {"sctp", 132}};
+        {"icmp", 1}, {"tcp", 6}, {"udp", 17},    {"gre", 47},
+        {"esp", 50}, {"ah", 51}, {"icmpv6", 58}, {"sctp", 132}};
     for (auto const& [protocolName, number] : kProtocols) {
       if (name == protocolName) {
         return number;

@@ -22,9 +22,10 @@ std::string FlowspecUtil::statusCodeToStrep(HwRuleProgrammingStatus status) cons
 
 std::string FlowspecUtil::compTypeToDetailLabel(MatchCompType type) const {
   static char const* const kLabels[] = {
-      "none",        "destination prefix", "source prefix", "IP protocol",   "port",
-      "destination port", "source port",   "ICMP type",     "ICMP code",     "TCP flags",
-      "packet length",    "DSCP",          "fragment",      "flow label"};
+      "none",      "destination prefix", "source prefix", "IP protocol",
+      "port",      "destination port",   "source port",   "ICMP type",
+      "ICMP code", "TCP flags",          "packet length", "DSCP",
+      "fragment",  "flow label"};
   auto const value = static_cast<std::uint32_t>(type);
   if (value < sizeof kLabels / sizeof kLabels[0]) {
     return kLabels[value];

@@ -15,7 +15,7 @@ inline constexpr std::uint8_t kLength = 0x30;  // value octets: 1 << ((op & kLen
 inline constexpr std::uint8_t kLt = 0x04;      // numeric components
 inline constexpr std::uint8_t kGt = 0x02;
 inline constexpr std::uint8_t kEq = 0x01;
-inline constexpr std::uint8_t kNot = 0x02;     // bitmask components
+inline constexpr std::uint8_t kNot = 0x02;  // bitmask components
 inline constexpr std::uint8_t kMatch = 0x01;
 }  // namespace OpBits
 

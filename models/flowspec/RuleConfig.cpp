@@ -5,8 +5,8 @@
 namespace Flowspec {
 
 MatchCompType RuleConfig::sanitizeMatchSet() const {
-  return Flowspec::sanitizeMatchSet(
-      [this](MatchCompType type) { return matchSet().find(type); }, key_.af());
+  return Flowspec::sanitizeMatchSet([this](MatchCompType type) { return matchSet().find(type); },
+                                    key_.af());
 }
 
 std::string RuleConfig::toStrep() const {

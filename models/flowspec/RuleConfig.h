@@ -18,8 +18,7 @@ class RuleConfig : public Cog::Entity {
  public:
   explicit RuleConfig(FlowspecKey key) : key_(std::move(key)) {}
 
-  COG_RECORD(RuleConfig,
-             (value, std::uint64_t, ruleId, RuleId),
+  COG_RECORD(RuleConfig, (value, std::uint64_t, ruleId, RuleId),
              (orderedMap, MatchCompType, MatchComponent, matchSet, MatchSet),
              (value, ActionFieldSet, actionFieldSet, ActionFieldSet),
              (value, TrafficAction, trafficAction, TrafficAction),
@@ -50,8 +49,7 @@ class InfeasibleRule : public Cog::Entity {
  public:
   explicit InfeasibleRule(FlowspecKey key) : key_(std::move(key)) {}
 
-  COG_RECORD(InfeasibleRule,
-             (value, MatchCompType, matchCompType, MatchCompType),
+  COG_RECORD(InfeasibleRule, (value, MatchCompType, matchCompType, MatchCompType),
              (value, std::uint64_t, ruleId, RuleId));
 
   FlowspecKey const& key() const { return key_; }

@@ -37,8 +37,7 @@ MatchCompType sanitizeMatchSet(ComponentFinder const& find, Nwk::AddressFamily a
   auto const* icmpType = find(MatchCompType::icmpType);
   auto const* icmpCode = find(MatchCompType::icmpCode);
   auto const* tcpFlags = find(MatchCompType::tcpFlags);
-  bool const hasPorts = find(MatchCompType::port) ||
-                        find(MatchCompType::destinationPort) ||
+  bool const hasPorts = find(MatchCompType::port) || find(MatchCompType::destinationPort) ||
                         find(MatchCompType::sourcePort);
 
   if (icmpType || icmpCode) {

@@ -4,9 +4,7 @@
 
 namespace Flowspec {
 
-std::string IntfErrorKey::toStrep() const {
-  return intfId.toStrep() + "," + Nwk::toStrep(af);
-}
+std::string IntfErrorKey::toStrep() const { return intfId.toStrep() + "," + Nwk::toStrep(af); }
 
 std::string UnsupportedQual::toStrep() const {
   std::string out = "{";
@@ -24,8 +22,7 @@ void VrfRuleStatus::dumpState(Kiln::DumpContext* ctx, int indent) const {
   for (auto const& [key, status] : ruleStatus()) {
     Kiln::dumpf(ctx, indent + 2, "%s: %s%s%s, packets %llu\n", key.stringValue().c_str(),
                 util.statusCodeToStrep(status->statusCode()).c_str(),
-                status->errorReason().empty() ? "" : ", reason ",
-                status->errorReason().c_str(),
+                status->errorReason().empty() ? "" : ", reason ", status->errorReason().c_str(),
                 static_cast<unsigned long long>(status->packetCount()));
   }
   for (auto const& [af, coll] : activeIntfPerAf()) {

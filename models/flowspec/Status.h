@@ -23,8 +23,7 @@ class RuleStatus : public Cog::Entity {
  public:
   explicit RuleStatus(FlowspecKey key) : key_(std::move(key)) {}
 
-  COG_RECORD(RuleStatus,
-             (value, HwRuleProgrammingStatus, statusCode, StatusCode),
+  COG_RECORD(RuleStatus, (value, HwRuleProgrammingStatus, statusCode, StatusCode),
              (value, Cog::String, errorReason, ErrorReason),
              (value, std::uint64_t, packetCount, PacketCount),
              (value, Pbr::ResolvedNexthopInfo, resolvedNexthopInfo, ResolvedNexthopInfo),
@@ -65,8 +64,7 @@ class VrfRuleStatus : public Cog::Entity {
  public:
   explicit VrfRuleStatus(Vrf::VrfIdMap::VrfId vrfId) : vrfId_(vrfId) {}
 
-  COG_RECORD(VrfRuleStatus,
-             (orderedChildren, FlowspecKey, RuleStatus, ruleStatus, RuleStatus),
+  COG_RECORD(VrfRuleStatus, (orderedChildren, FlowspecKey, RuleStatus, ruleStatus, RuleStatus),
              (orderedChildren, Nwk::AddressFamily, AfIntfColl, activeIntfPerAf, ActiveIntfPerAf),
              (orderedMap, IntfErrorKey, Cog::String, intfError, IntfError));
 

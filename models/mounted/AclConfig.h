@@ -9,8 +9,7 @@ namespace Acl {
 class Config : public Cog::Entity {
  public:
   explicit Config(Cog::String name) : name_(std::move(name)) {}
-  COG_RECORD(Config,
-             (orderedSet, Cog::String, ipAcl, IpAcl),
+  COG_RECORD(Config, (orderedSet, Cog::String, ipAcl, IpAcl),
              (orderedSet, Cog::String, ip6Acl, Ip6Acl));
 
   Cog::String const& name() const { return name_; }

@@ -16,8 +16,7 @@ using PortSet = std::set<std::uint16_t>;
 class FieldSetConfig : public Cog::Entity {
  public:
   explicit FieldSetConfig(Cog::String name) : name_(std::move(name)) {}
-  COG_RECORD(FieldSetConfig,
-             (orderedMap, Cog::String, PrefixSet, prefixFieldSet, PrefixFieldSet),
+  COG_RECORD(FieldSetConfig, (orderedMap, Cog::String, PrefixSet, prefixFieldSet, PrefixFieldSet),
              (orderedMap, Cog::String, PortSet, l4PortFieldSet, L4PortFieldSet));
 
   Cog::String const& name() const { return name_; }

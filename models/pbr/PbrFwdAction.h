@@ -12,7 +12,11 @@
 
 namespace Pbr {
 
-enum class PbrActionType : std::uint8_t { pbrActionNone = 0, pbrActionDrop = 1, pbrActionForward = 2 };
+enum class PbrActionType : std::uint8_t {
+  pbrActionNone = 0,
+  pbrActionDrop = 1,
+  pbrActionForward = 2
+};
 // "none", "drop", "forward" ("none" also for values outside the enumeration).
 char const* pbrActionTypeText(PbrActionType type);
 
@@ -25,8 +29,7 @@ class PbrFwdAction : public PolicyMap::Action {
   PbrFwdAction(Cog::String name, Kiln::UniqueId id, PbrActionType type)
       : Action(std::move(name), PolicyMap::ActionType::actionPbrForward, id),
         pbrActionType_(type) {}
-  COG_RECORD(PbrFwdAction,
-             (value, L3::VrfName, vrfName, VrfName),
+  COG_RECORD(PbrFwdAction, (value, L3::VrfName, vrfName, VrfName),
              (value, bool, recursive, Recursive),
              (value, bool, allowResolutionByDefault, AllowResolutionByDefault),
              (value, bool, allowResolutionOverTunnel, AllowResolutionOverTunnel),

@@ -14,8 +14,7 @@ class ClassMapConfig : public Cog::Entity {
   explicit ClassMapConfig(Cog::String name) : name_(std::move(name)) {}
   COG_RECORD(ClassMapConfig,
              (orderedChildren, Kiln::UniqueId, ClassMapSubConfig, subconfig, Subconfig),
-             (ptr, ClassMapSubConfig, currCfg, CurrCfg),
-             (orderedSet, Cog::String, user, User));
+             (ptr, ClassMapSubConfig, currCfg, CurrCfg), (orderedSet, Cog::String, user, User));
 
   Cog::String const& name() const { return name_; }
   // Finds or creates the version `version`, named `name`.

@@ -14,8 +14,7 @@ namespace PolicyMap {
 class ClassMapMatch : public Cog::Entity {
  public:
   explicit ClassMapMatch(ClassMapMatchOption option) : option_(option) {}
-  COG_RECORD(ClassMapMatch,
-             (orderedMap, std::uint32_t, Acl::IpRuleConfig, ipRule, IpRule),
+  COG_RECORD(ClassMapMatch, (orderedMap, std::uint32_t, Acl::IpRuleConfig, ipRule, IpRule),
              (orderedMap, std::uint32_t, Acl::Ip6RuleConfig, ip6Rule, Ip6Rule));
 
   ClassMapMatchOption option() const { return option_; }

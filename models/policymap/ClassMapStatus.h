@@ -13,8 +13,7 @@ namespace PolicyMap {
 class ClassMapStatus : public Cog::Entity {
  public:
   explicit ClassMapStatus(Cog::String name) : name_(std::move(name)) {}
-  COG_RECORD(ClassMapStatus,
-             (value, ClassState, classState, ClassState),
+  COG_RECORD(ClassMapStatus, (value, ClassState, classState, ClassState),
              (value, std::uint64_t, packetCount, PacketCount),
              (value, Kiln::UniqueId, version, Version));
 

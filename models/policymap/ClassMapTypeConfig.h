@@ -12,8 +12,7 @@ namespace PolicyMap {
 class ClassMapTypeConfig : public Cog::Entity {
  public:
   explicit ClassMapTypeConfig(Cog::String name) : name_(std::move(name)) {}
-  COG_RECORD(ClassMapTypeConfig,
-             (value, MapType, type, Type),
+  COG_RECORD(ClassMapTypeConfig, (value, MapType, type, Type),
              (hashChildren, Cog::String, ClassMapConfig, cmapInput, CmapInput),
              (hashMap, Cog::String, Cog::Ptr<ClassMapConfig>, cmap, Cmap));
 

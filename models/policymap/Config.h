@@ -12,8 +12,7 @@ namespace PolicyMap {
 class Config : public Cog::Entity {
  public:
   explicit Config(Cog::String name) : name_(std::move(name)) {}
-  COG_RECORD(Config,
-             (orderedChildren, Cog::String, ClassMapTypeConfig, cmapType, CmapType),
+  COG_RECORD(Config, (orderedChildren, Cog::String, ClassMapTypeConfig, cmapType, CmapType),
              (orderedChildren, Cog::String, PolicyMapTypeConfig, pmapType, PmapType));
 
   Cog::String const& name() const { return name_; }

@@ -11,8 +11,7 @@ namespace PolicyMap {
 class IntfConfig : public Cog::Entity {
  public:
   explicit IntfConfig(Cog::String name) : name_(std::move(name)) {}
-  COG_RECORD(IntfConfig,
-             (value, MapType, type, Type),
+  COG_RECORD(IntfConfig, (value, MapType, type, Type),
              (orderedMap, Nwk::IntfId, Cog::String, intf, Intf));
 
   Cog::String const& name() const { return name_; }

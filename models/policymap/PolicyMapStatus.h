@@ -13,8 +13,7 @@ namespace PolicyMap {
 class PolicyMapStatus : public Cog::Entity {
  public:
   explicit PolicyMapStatus(Cog::String name) : name_(std::move(name)) {}
-  COG_RECORD(PolicyMapStatus,
-             (orderedChildren, Cog::String, ClassMapStatus, cmap, Cmap),
+  COG_RECORD(PolicyMapStatus, (orderedChildren, Cog::String, ClassMapStatus, cmap, Cmap),
              (orderedChildren, Nwk::IntfId, IntfStatus, intfStatus, IntfStatus),
              (value, double, counterUpdateTime, CounterUpdateTime),
              (value, Kiln::UniqueId, version, Version));

@@ -13,8 +13,7 @@ class PolicyMapSubConfig : public Cog::Entity {
  public:
   PolicyMapSubConfig(Kiln::UniqueId version, Cog::String name)
       : version_(version), name_(std::move(name)) {}
-  COG_RECORD(PolicyMapSubConfig,
-             (orderedMap, ClassPriority, Cog::String, classPrio, ClassPrio),
+  COG_RECORD(PolicyMapSubConfig, (orderedMap, ClassPriority, Cog::String, classPrio, ClassPrio),
              (hashChildren, Cog::String, ClassAction, classAction, ClassAction));
 
   Kiln::UniqueId const& version() const { return version_; }

@@ -16,8 +16,7 @@ class PolicyMapTypeConfig : public Cog::Entity {
   COG_RECORD(PolicyMapTypeConfig,
              (orderedChildren, Cog::String, PolicyMapConfig, pmapInput, PmapInput),
              (orderedMap, Cog::String, Cog::Ptr<PolicyMapConfig>, pmap, Pmap),
-             (orderedMap, Cog::String, double, counterUpdateRequestTime,
-              CounterUpdateRequestTime));
+             (orderedMap, Cog::String, double, counterUpdateRequestTime, CounterUpdateRequestTime));
 
   Cog::String const& name() const { return name_; }
   MapType mapType() const { return mapType_; }

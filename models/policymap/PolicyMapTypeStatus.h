@@ -14,8 +14,7 @@ namespace PolicyMap {
 class PolicyMapTypeStatus : public Cog::Entity {
  public:
   explicit PolicyMapTypeStatus(Cog::String name) : name_(std::move(name)) {}
-  COG_RECORD(PolicyMapTypeStatus,
-             (value, MapType, type, Type),
+  COG_RECORD(PolicyMapTypeStatus, (value, MapType, type, Type),
              (orderedChildren, Cog::String, PolicyMapStatus, pmapStatus, PmapStatus));
 
   Cog::String const& name() const { return name_; }

@@ -10,8 +10,8 @@ namespace Pbr {
 
 // One libnftables context, bound to a network namespace: its netlink socket is opened inside
 // the namespace named at construction, and the calling thread enters that namespace for each
-// command and returns to its own afterwards, so the process itself stays where it was started. Each run is one
-// transaction: the kernel commits a whole buffer or none of it.
+// command and returns to its own afterwards, so the process itself stays where it was started. Each
+// run is one transaction: the kernel commits a whole buffer or none of it.
 //
 // Not copyable; single-threaded like the rest of the agent.
 class NftSession {

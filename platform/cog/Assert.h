@@ -24,9 +24,9 @@ AssertMode assertMode();
 
 }  // namespace Cog
 
-#define COG_ASSERT(expr)                                   \
-  do {                                                     \
-    if (!(expr)) {                                         \
-      ::Cog::assertionFailed(#expr, __FILE__, __LINE__);   \
-    }                                                      \
+#define COG_ASSERT(expr)                                 \
+  do {                                                   \
+    if (!(expr)) {                                       \
+      ::Cog::assertionFailed(#expr, __FILE__, __LINE__); \
+    }                                                    \
   } while (false)

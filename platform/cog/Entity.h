@@ -37,9 +37,7 @@ class Entity : public Object {
   // Marks a notification under way; compacts detached slots when the outermost one ends, also
   // when an assertion unwinds through it.
   struct NotifyScope {
-    explicit NotifyScope(Entity const* notifying) : entity(notifying) {
-      ++entity->notifyDepth_;
-    }
+    explicit NotifyScope(Entity const* notifying) : entity(notifying) { ++entity->notifyDepth_; }
     ~NotifyScope() { entity->endNotify(); }
     NotifyScope(NotifyScope const&) = delete;
     NotifyScope& operator=(NotifyScope const&) = delete;
@@ -98,8 +96,7 @@ class ReactorOf : public ReactorBase {
 template <class Rec, class Owner>
 class BoundReactor : public Rec::Reactor {
  public:
-  BoundReactor(Ptr<Rec const> const& record, Owner* owner)
-      : Rec::Reactor(record), owner_(owner) {}
+  BoundReactor(Ptr<Rec const> const& record, Owner* owner) : Rec::Reactor(record), owner_(owner) {}
   Owner* owner() const { return owner_; }
 
  private:
@@ -119,8 +116,7 @@ void Entity::notify(void (R::*handler)(Params...), Args const&... args) const {
     std::tuple<Args const&...> args;
     static void run(void* context) {
       auto* call = static_cast<Call*>(context);
-      std::apply([call](Args const&... a) { (call->reactor->*(call->handler))(a...); },
-                 call->args);
+      std::apply([call](Args const&... a) { (call->reactor->*(call->handler))(a...); }, call->args);
     }
   };
   std::size_t const count = reactors_.size();

@@ -126,8 +126,7 @@ class HashMap2018 {
    public:
     using Map = std::conditional_t<kConst, HashMap2018 const, HashMap2018>;
     using Value = std::conditional_t<kConst, typename ConstView<V>::type, V&>;
-    using Entry = std::conditional_t<std::is_same_v<V, Unit>, K const&,
-                                     std::pair<K const&, Value>>;
+    using Entry = std::conditional_t<std::is_same_v<V, Unit>, K const&, std::pair<K const&, Value>>;
 
     explicit Iterator(Map* map) : map_(map) {
       ++map_->iterators_;
@@ -202,8 +201,8 @@ class HashMap2018 {
     for (std::size_t next = (hole + 1) & mask; index_[next] != 0; next = (next + 1) & mask) {
       std::size_t const home = nodes_[index_[next] - 1]->hash & mask;
       // The entry at `next` may fill the hole unless its home lies cyclically in (hole, next].
-      bool const homeBetween = hole <= next ? (home > hole && home <= next)
-                                            : (home > hole || home <= next);
+      bool const homeBetween =
+          hole <= next ? (home > hole && home <= next) : (home > hole || home <= next);
       if (!homeBetween) {
         index_[hole] = index_[next];
         hole = next;

@@ -51,7 +51,7 @@ class Ptr {
   using element_type = T;
 
   Ptr() noexcept = default;
-  Ptr(std::nullptr_t) noexcept {}  // NOLINT: implicit like a raw null pointer
+  Ptr(std::nullptr_t) noexcept {}                  // NOLINT: implicit like a raw null pointer
   Ptr(T* raw) noexcept : raw_(raw) { acquire(); }  // NOLINT: adopting a fresh object is common
   Ptr(Ptr const& other) noexcept : raw_(other.raw_) { acquire(); }
   Ptr(Ptr&& other) noexcept : raw_(std::exchange(other.raw_, nullptr)) {}

@@ -106,11 +106,10 @@ class RbTreeMap {
   class Iterator {
    public:
     using Map = std::conditional_t<kConst, RbTreeMap const, RbTreeMap>;
-    using TreeIt = std::conditional_t<kConst, typename Tree::const_iterator,
-                                      typename Tree::iterator>;
+    using TreeIt =
+        std::conditional_t<kConst, typename Tree::const_iterator, typename Tree::iterator>;
     using Value = std::conditional_t<kConst, typename ConstView<V>::type, V&>;
-    using Entry = std::conditional_t<std::is_same_v<V, Unit>, K const&,
-                                     std::pair<K const&, Value>>;
+    using Entry = std::conditional_t<std::is_same_v<V, Unit>, K const&, std::pair<K const&, Value>>;
 
     Iterator(Map* map, TreeIt it) : map_(map), it_(it) {
       ++map_->iterators_;

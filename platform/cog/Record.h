@@ -46,26 +46,25 @@
 // ones in key order; both stay safe to iterate while handlers change them.
 //
 // Types with commas must be given through an alias.
-#define COG_RECORD(Self, ...)                                                         \
- public:                                                                              \
-  class Reactor : public ::Cog::ReactorOf<Self> {                                     \
-   public:                                                                            \
-    explicit Reactor(::Cog::Ptr<Self const> const& record)                            \
-        : ::Cog::ReactorOf<Self>(record) {}                                           \
-    COG_PP_FOR_EACH(COG_HANDLER_, __VA_ARGS__)                                        \
-    void replay() override {                                                          \
-      if (!this->notifier()) {                                                        \
-        return;                                                                       \
-      }                                                                               \
-      COG_PP_FOR_EACH(COG_REPLAY_, __VA_ARGS__)                                       \
-    }                                                                                 \
-  };                                                                                  \
-  COG_PP_FOR_EACH(COG_ACCESS_, __VA_ARGS__)                                           \
-                                                                                      \
- private:                                                                             \
-  COG_PP_FOR_EACH(COG_MEMBER_, __VA_ARGS__)                                           \
-                                                                                      \
- public:                                                                              \
+#define COG_RECORD(Self, ...)                                                                  \
+ public:                                                                                       \
+  class Reactor : public ::Cog::ReactorOf<Self> {                                              \
+   public:                                                                                     \
+    explicit Reactor(::Cog::Ptr<Self const> const& record) : ::Cog::ReactorOf<Self>(record) {} \
+    COG_PP_FOR_EACH(COG_HANDLER_, __VA_ARGS__)                                                 \
+    void replay() override {                                                                   \
+      if (!this->notifier()) {                                                                 \
+        return;                                                                                \
+      }                                                                                        \
+      COG_PP_FOR_EACH(COG_REPLAY_, __VA_ARGS__)                                                \
+    }                                                                                          \
+  };                                                                                           \
+  COG_PP_FOR_EACH(COG_ACCESS_, __VA_ARGS__)                                                    \
+                                                                                               \
+ private:                                                                                      \
+  COG_PP_FOR_EACH(COG_MEMBER_, __VA_ARGS__)                                                    \
+                                                                                               \
+ public:                                                                                       \
   static_assert(true, "")
 
 namespace Cog::detail {
@@ -92,8 +91,7 @@ void checkArguments(C const& child, char const* attribute, Args const&... args) 
 
 // Finds the child of `key` or creates it with C(key, args...).
 template <class C, class Map, class K, class... Args>
-std::pair<Ptr<C>, bool> childIs(Map& map, K const& key, char const* attribute,
-                                Args&&... args) {
+std::pair<Ptr<C>, bool> childIs(Map& map, K const& key, char const* attribute, Args&&... args) {
   if (Ptr<C>* found = map.find(key)) {
     checkArguments(**found, attribute, args...);
     return {*found, false};
@@ -122,8 +120,13 @@ void delAll(Map& map, Notify&& notify) {
 #define COG_PP_KIND(kind, ...) kind
 #define COG_PP_APPLY(M, attr) COG_PP_CAT(M, COG_PP_KIND attr) attr
 #define COG_PP_FOR_EACH(M, ...) COG_PP_CAT(COG_PP_FE_, COG_PP_NARGS(__VA_ARGS__))(M, __VA_ARGS__)
-#define COG_PP_NARGS(...) COG_PP_NARGS_(__VA_ARGS__, 40, 39, 38, 37, 36, 35, 34, 33, 32, 31, 30, 29, 28, 27, 26, 25, 24, 23, 22, 21, 20, 19, 18, 17, 16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1)
-#define COG_PP_NARGS_(_1, _2, _3, _4, _5, _6, _7, _8, _9, _10, _11, _12, _13, _14, _15, _16, _17, _18, _19, _20, _21, _22, _23, _24, _25, _26, _27, _28, _29, _30, _31, _32, _33, _34, _35, _36, _37, _38, _39, _40, n, ...) n
+#define COG_PP_NARGS(...)                                                                        \
+  COG_PP_NARGS_(__VA_ARGS__, 40, 39, 38, 37, 36, 35, 34, 33, 32, 31, 30, 29, 28, 27, 26, 25, 24, \
+                23, 22, 21, 20, 19, 18, 17, 16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1)
+#define COG_PP_NARGS_(_1, _2, _3, _4, _5, _6, _7, _8, _9, _10, _11, _12, _13, _14, _15, _16, _17, \
+                      _18, _19, _20, _21, _22, _23, _24, _25, _26, _27, _28, _29, _30, _31, _32,  \
+                      _33, _34, _35, _36, _37, _38, _39, _40, n, ...)                             \
+  n
 #define COG_PP_FE_1(M, a) COG_PP_APPLY(M, a)
 #define COG_PP_FE_2(M, a, ...) COG_PP_APPLY(M, a) COG_PP_FE_1(M, __VA_ARGS__)
 #define COG_PP_FE_3(M, a, ...) COG_PP_APPLY(M, a) COG_PP_FE_2(M, __VA_ARGS__)
@@ -165,22 +168,32 @@ void delAll(Map& map, Notify&& notify) {
 #define COG_PP_FE_39(M, a, ...) COG_PP_APPLY(M, a) COG_PP_FE_38(M, __VA_ARGS__)
 #define COG_PP_FE_40(M, a, ...) COG_PP_APPLY(M, a) COG_PP_FE_39(M, __VA_ARGS__)
 // Handlers of the Reactor interface.
-#define COG_HANDLER_value(k, T, x, X) virtual void handle##X() {}
-#define COG_HANDLER_valueInit(k, T, x, X, init) virtual void handle##X() {}
-#define COG_HANDLER_ptr(k, T, x, X) virtual void handle##X() {}
-#define COG_HANDLER_child(k, C, x, X) virtual void handle##X() {}
-#define COG_HANDLER_hashMap(k, K, V, x, X) virtual void handle##X(K const&) {}
-#define COG_HANDLER_orderedMap(k, K, V, x, X) virtual void handle##X(K const&) {}
-#define COG_HANDLER_hashSet(k, K, x, X) virtual void handle##X(K const&) {}
-#define COG_HANDLER_orderedSet(k, K, x, X) virtual void handle##X(K const&) {}
-#define COG_HANDLER_hashChildren(k, K, C, x, X) virtual void handle##X(K const&) {}
-#define COG_HANDLER_orderedChildren(k, K, C, x, X) virtual void handle##X(K const&) {}
+#define COG_HANDLER_value(k, T, x, X) \
+  virtual void handle##X() {}
+#define COG_HANDLER_valueInit(k, T, x, X, init) \
+  virtual void handle##X() {}
+#define COG_HANDLER_ptr(k, T, x, X) \
+  virtual void handle##X() {}
+#define COG_HANDLER_child(k, C, x, X) \
+  virtual void handle##X() {}
+#define COG_HANDLER_hashMap(k, K, V, x, X) \
+  virtual void handle##X(K const&) {}
+#define COG_HANDLER_orderedMap(k, K, V, x, X) \
+  virtual void handle##X(K const&) {}
+#define COG_HANDLER_hashSet(k, K, x, X) \
+  virtual void handle##X(K const&) {}
+#define COG_HANDLER_orderedSet(k, K, x, X) \
+  virtual void handle##X(K const&) {}
+#define COG_HANDLER_hashChildren(k, K, C, x, X) \
+  virtual void handle##X(K const&) {}
+#define COG_HANDLER_orderedChildren(k, K, C, x, X) \
+  virtual void handle##X(K const&) {}
 
 // Statements of Reactor::replay().
 #define COG_REPLAY_SINGLE_(X) handle##X();
-#define COG_REPLAY_KEYED_(x, X)                                \
-  for (auto&& entry : this->notifier()->x()) {                 \
-    handle##X(::Cog::detail::entryKey(entry));                 \
+#define COG_REPLAY_KEYED_(x, X)                \
+  for (auto&& entry : this->notifier()->x()) { \
+    handle##X(::Cog::detail::entryKey(entry)); \
   }
 #define COG_REPLAY_value(k, T, x, X) COG_REPLAY_SINGLE_(X)
 #define COG_REPLAY_valueInit(k, T, x, X, init) COG_REPLAY_SINGLE_(X)
@@ -206,119 +219,117 @@ void delAll(Map& map, Notify&& notify) {
 #define COG_MEMBER_orderedChildren(k, K, C, x, X) X##Collection x##_;
 
 // Accessors.
-#define COG_ACCESS_SINGLE_VALUE_(T, x, X)        \
-  T const& x() const { return x##_; }            \
-  void x##Is(T const& v) {                       \
-    if (x##_ == v) {                             \
-      return;                                    \
-    }                                            \
-    x##_ = v;                                    \
-    this->notify(&Reactor::handle##X);           \
+#define COG_ACCESS_SINGLE_VALUE_(T, x, X) \
+  T const& x() const { return x##_; }     \
+  void x##Is(T const& v) {                \
+    if (x##_ == v) {                      \
+      return;                             \
+    }                                     \
+    x##_ = v;                             \
+    this->notify(&Reactor::handle##X);    \
   }
 #define COG_ACCESS_value(k, T, x, X) COG_ACCESS_SINGLE_VALUE_(T, x, X)
 #define COG_ACCESS_valueInit(k, T, x, X, init) COG_ACCESS_SINGLE_VALUE_(T, x, X)
-#define COG_ACCESS_ptr(k, T, x, X)                           \
-  ::Cog::Ptr<T> const& x() const { return x##_; }            \
-  void x##Is(::Cog::Ptr<T> const& p) {                       \
-    if (x##_ == p) {                                         \
-      return;                                                \
-    }                                                        \
-    x##_ = p;                                                \
-    this->notify(&Reactor::handle##X);                       \
+#define COG_ACCESS_ptr(k, T, x, X)                \
+  ::Cog::Ptr<T> const& x() const { return x##_; } \
+  void x##Is(::Cog::Ptr<T> const& p) {            \
+    if (x##_ == p) {                              \
+      return;                                     \
+    }                                             \
+    x##_ = p;                                     \
+    this->notify(&Reactor::handle##X);            \
   }
-#define COG_ACCESS_child(k, C, x, X)                                             \
-  ::Cog::Ptr<C const> x() const { return x##_; }                                 \
-  ::Cog::Ptr<C> x() { return x##_; }                                             \
-  template <class... Args>                                                       \
-  ::Cog::Ptr<C> x##Is(Args&&... args) {                                          \
-    if (x##_) {                                                                  \
-      ::Cog::detail::checkArguments(*x##_, #x, args...);                         \
-      return x##_;                                                               \
-    }                                                                            \
-    x##_ = ::Cog::make<C>(std::forward<Args>(args)...);                          \
-    this->notify(&Reactor::handle##X);                                           \
-    return x##_;                                                                 \
-  }                                                                              \
-  void x##Del() {                                                                \
-    if (!x##_) {                                                                 \
-      return;                                                                    \
-    }                                                                            \
-    x##_ = nullptr;                                                              \
-    this->notify(&Reactor::handle##X);                                           \
+#define COG_ACCESS_child(k, C, x, X)                     \
+  ::Cog::Ptr<C const> x() const { return x##_; }         \
+  ::Cog::Ptr<C> x() { return x##_; }                     \
+  template <class... Args>                               \
+  ::Cog::Ptr<C> x##Is(Args&&... args) {                  \
+    if (x##_) {                                          \
+      ::Cog::detail::checkArguments(*x##_, #x, args...); \
+      return x##_;                                       \
+    }                                                    \
+    x##_ = ::Cog::make<C>(std::forward<Args>(args)...);  \
+    this->notify(&Reactor::handle##X);                   \
+    return x##_;                                         \
+  }                                                      \
+  void x##Del() {                                        \
+    if (!x##_) {                                         \
+      return;                                            \
+    }                                                    \
+    x##_ = nullptr;                                      \
+    this->notify(&Reactor::handle##X);                   \
   }
-#define COG_ACCESS_MAP_(K, V, x, X)                                              \
-  X##Collection const& x() const { return x##_; }                                       \
-  V x(K const& key) const {                                                      \
-    V const* found = x##_.find(key);                                             \
-    return found ? *found : V{};                                                 \
-  }                                                                              \
-  void x##Is(K const& key, V const& v) {                                         \
-    auto [slot, created] = x##_.tryEmplace(key, v);                              \
-    if (!created) {                                                              \
-      if (*slot == v) {                                                          \
-        return;                                                                  \
-      }                                                                          \
-      *slot = v;                                                                 \
-    }                                                                            \
-    this->notify(&Reactor::handle##X, key);                                      \
-  }                                                                              \
+#define COG_ACCESS_MAP_(K, V, x, X)                 \
+  X##Collection const& x() const { return x##_; }   \
+  V x(K const& key) const {                         \
+    V const* found = x##_.find(key);                \
+    return found ? *found : V{};                    \
+  }                                                 \
+  void x##Is(K const& key, V const& v) {            \
+    auto [slot, created] = x##_.tryEmplace(key, v); \
+    if (!created) {                                 \
+      if (*slot == v) {                             \
+        return;                                     \
+      }                                             \
+      *slot = v;                                    \
+    }                                               \
+    this->notify(&Reactor::handle##X, key);         \
+  }                                                 \
   COG_ACCESS_DEL_(K, x, X)
-#define COG_ACCESS_DEL_(K, x, X)                                                 \
-  void x##Del(K const& key) {                                                    \
-    K const copy = key; /* the key may live in the entry being removed */        \
-    if (x##_.erase(copy)) {                                                      \
-      this->notify(&Reactor::handle##X, copy);                                   \
-    }                                                                            \
-  }                                                                              \
-  void x##DelAll() {                                                             \
-    ::Cog::detail::delAll(                                                       \
-        x##_, [this](K const& key) { this->notify(&Reactor::handle##X, key); }); \
+#define COG_ACCESS_DEL_(K, x, X)                                                                   \
+  void x##Del(K const& key) {                                                                      \
+    K const copy = key; /* the key may live in the entry being removed */                          \
+    if (x##_.erase(copy)) {                                                                        \
+      this->notify(&Reactor::handle##X, copy);                                                     \
+    }                                                                                              \
+  }                                                                                                \
+  void x##DelAll() {                                                                               \
+    ::Cog::detail::delAll(x##_, [this](K const& key) { this->notify(&Reactor::handle##X, key); }); \
   }
-#define COG_ACCESS_hashMap(k, K, V, x, X) \
-  using X##Collection = ::Cog::HashMap2018<K, V>;  \
+#define COG_ACCESS_hashMap(k, K, V, x, X)         \
+  using X##Collection = ::Cog::HashMap2018<K, V>; \
   COG_ACCESS_MAP_(K, V, x, X)
-#define COG_ACCESS_orderedMap(k, K, V, x, X) \
-  using X##Collection = ::Cog::RbTreeMap<K, V>;       \
+#define COG_ACCESS_orderedMap(k, K, V, x, X)    \
+  using X##Collection = ::Cog::RbTreeMap<K, V>; \
   COG_ACCESS_MAP_(K, V, x, X)
-#define COG_ACCESS_SET_(K, x, X)                                                 \
-  X##Collection const& x() const { return x##_; }                                       \
-  bool x(K const& key) const { return x##_.contains(key); }                      \
-  void x##Is(K const& key) {                                                     \
-    if (x##_.tryEmplace(key).second) {                                           \
-      this->notify(&Reactor::handle##X, key);                                    \
-    }                                                                            \
-  }                                                                              \
+#define COG_ACCESS_SET_(K, x, X)                            \
+  X##Collection const& x() const { return x##_; }           \
+  bool x(K const& key) const { return x##_.contains(key); } \
+  void x##Is(K const& key) {                                \
+    if (x##_.tryEmplace(key).second) {                      \
+      this->notify(&Reactor::handle##X, key);               \
+    }                                                       \
+  }                                                         \
   COG_ACCESS_DEL_(K, x, X)
-#define COG_ACCESS_hashSet(k, K, x, X)   \
+#define COG_ACCESS_hashSet(k, K, x, X)         \
   using X##Collection = ::Cog::HashMap2018<K>; \
   COG_ACCESS_SET_(K, x, X)
-#define COG_ACCESS_orderedSet(k, K, x, X) \
-  using X##Collection = ::Cog::RbTreeMap<K>;     \
+#define COG_ACCESS_orderedSet(k, K, x, X)    \
+  using X##Collection = ::Cog::RbTreeMap<K>; \
   COG_ACCESS_SET_(K, x, X)
-#define COG_ACCESS_CHILDREN_(K, C, x, X)                                         \
-  X##Collection const& x() const { return x##_; }                                \
-  X##Collection& x() { return x##_; }                                               \
-  ::Cog::Ptr<C const> x(K const& key) const {                                    \
-    ::Cog::Ptr<C> const* found = x##_.find(key);                                 \
-    return found ? ::Cog::Ptr<C const>(*found) : ::Cog::Ptr<C const>();          \
-  }                                                                              \
-  ::Cog::Ptr<C> x(K const& key) {                                                \
-    ::Cog::Ptr<C>* found = x##_.find(key);                                       \
-    return found ? *found : ::Cog::Ptr<C>();                                     \
-  }                                                                              \
-  template <class... Args>                                                       \
-  ::Cog::Ptr<C> x##Is(K const& key, Args&&... args) {                            \
-    auto [child, created] =                                                      \
-        ::Cog::detail::childIs<C>(x##_, key, #x, std::forward<Args>(args)...);   \
-    if (created) {                                                               \
-      this->notify(&Reactor::handle##X, key);                                    \
-    }                                                                            \
-    return child;                                                                \
-  }                                                                              \
+#define COG_ACCESS_CHILDREN_(K, C, x, X)                                                           \
+  X##Collection const& x() const { return x##_; }                                                  \
+  X##Collection& x() { return x##_; }                                                              \
+  ::Cog::Ptr<C const> x(K const& key) const {                                                      \
+    ::Cog::Ptr<C> const* found = x##_.find(key);                                                   \
+    return found ? ::Cog::Ptr<C const>(*found) : ::Cog::Ptr<C const>();                            \
+  }                                                                                                \
+  ::Cog::Ptr<C> x(K const& key) {                                                                  \
+    ::Cog::Ptr<C>* found = x##_.find(key);                                                         \
+    return found ? *found : ::Cog::Ptr<C>();                                                       \
+  }                                                                                                \
+  template <class... Args>                                                                         \
+  ::Cog::Ptr<C> x##Is(K const& key, Args&&... args) {                                              \
+    auto [child, created] = ::Cog::detail::childIs<C>(x##_, key, #x, std::forward<Args>(args)...); \
+    if (created) {                                                                                 \
+      this->notify(&Reactor::handle##X, key);                                                      \
+    }                                                                                              \
+    return child;                                                                                  \
+  }                                                                                                \
   COG_ACCESS_DEL_(K, x, X)
-#define COG_ACCESS_hashChildren(k, K, C, x, X)            \
+#define COG_ACCESS_hashChildren(k, K, C, x, X)                \
   using X##Collection = ::Cog::HashMap2018<K, ::Cog::Ptr<C>>; \
   COG_ACCESS_CHILDREN_(K, C, x, X)
-#define COG_ACCESS_orderedChildren(k, K, C, x, X)       \
+#define COG_ACCESS_orderedChildren(k, K, C, x, X)           \
   using X##Collection = ::Cog::RbTreeMap<K, ::Cog::Ptr<C>>; \
   COG_ACCESS_CHILDREN_(K, C, x, X)

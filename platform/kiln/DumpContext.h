@@ -20,6 +20,7 @@ class DumpContext {
 // Adds one dump line: `indent` blanks (none at 0), then the printf-formatted text without its
 // trailing '\n'. Without a context the line goes to the trace handle "Dump" at level 0,
 // without the indentation.
-void dumpf(DumpContext* ctx, int indent, char const* fmt, ...) __attribute__((format(printf, 3, 4)));
+void dumpf(DumpContext* ctx, int indent, char const* fmt, ...)
+    __attribute__((format(printf, 3, 4)));
 
 }  // namespace Kiln

@@ -9,7 +9,9 @@ namespace Kiln {
 class KilnBaseOutputSm : public Cog::Entity {
  public:
   virtual char const* fwkType() const { return "KilnBaseOutputSm"; }
-  virtual void dumpState(DumpContext* ctx, int indent) const { dumpf(ctx, indent, "%s", fwkType()); }
+  virtual void dumpState(DumpContext* ctx, int indent) const {
+    dumpf(ctx, indent, "%s", fwkType());
+  }
 };
 
 }  // namespace Kiln

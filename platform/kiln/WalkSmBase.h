@@ -28,8 +28,14 @@ struct WalkRet {
 class WalkSmBase : public KilnBaseOutputSm {
  public:
   enum class WalkState { idle, scheduled, running, yielded, finished };
-  enum class TraceEvent { walkScheduled, walkStarted, walkYielded, walkFinished, walkAborted,
-                          walkRestarted };
+  enum class TraceEvent {
+    walkScheduled,
+    walkStarted,
+    walkYielded,
+    walkFinished,
+    walkAborted,
+    walkRestarted
+  };
 
   WalkSmBase(Cog::Ptr<TaskScheduler> scheduler, TaskPriority priority, Cog::String taskName);
   ~WalkSmBase() override;

@@ -2,8 +2,8 @@
 #include <cstdio>
 
 #include "platform/cog/Errors.h"
-#include "platform/nwk/HexDigit.h"
 #include "platform/nwk/AddressFamily.h"
+#include "platform/nwk/HexDigit.h"
 #include "platform/nwk/IntfId.h"
 #include "platform/nwk/IpGenAddr.h"
 #include "platform/nwk/IpGenPrefix.h"

@@ -37,7 +37,7 @@ class RangeMaskGen {
       }
       ++mask;
     }
-    COG_ASSERT(mask <= 8 * sizeof( T ));
+    COG_ASSERT(mask <= 8 * sizeof(T));
     return mask;
   }
 

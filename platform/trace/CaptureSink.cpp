@@ -1,8 +1,7 @@
 #include "platform/trace/CaptureSink.h"
 
-#include <stdexcept>
-
 #include <algorithm>
+#include <stdexcept>
 
 namespace Trace {
 
@@ -26,8 +25,7 @@ bool CaptureSink::contains(std::string const& message) const {
                      [&](Captured const& line) { return line.message == message; });
 }
 
-ScopedCapture::ScopedCapture()
-    : sink_(std::make_shared<CaptureSink>()), previous_(textSink()) {
+ScopedCapture::ScopedCapture() : sink_(std::make_shared<CaptureSink>()), previous_(textSink()) {
   textSinkIs(sink_);
 }
 

@@ -26,7 +26,9 @@ concept HasToStrep = requires(T const& t) {
 };
 
 template <class T>
-concept Streamable = requires(std::ostream& os, T const& t) { os << t; };
+concept Streamable = requires(std::ostream& os, T const& t) {
+  os << t;
+};
 
 inline void append(std::string& out, std::string_view s) { out.append(s); }
 inline void append(std::string& out, char const* s) { out.append(s); }
@@ -52,7 +54,10 @@ void append(std::string& out, T const& value) {
     append(out, static_cast<std::underlying_type_t<T>>(value));
   } else if constexpr (HasToStrep<T>) {
     out.append(value.toStrep());
-  } else if constexpr (requires { value.get(); value->toStrep(); }) {
+  } else if constexpr (requires {
+                         value.get();
+                         value->toStrep();
+                       }) {
     // Framework pointers print their object, or "null".
     if (value) {
       out.append(value->toStrep());

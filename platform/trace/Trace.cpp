@@ -19,8 +19,7 @@ class StderrSink : public Sink {
   void write(Line const& line) override {
     std::fprintf(stderr, "%.*s/%d %.*s: %.*s\n", static_cast<int>(line.handle.size()),
                  line.handle.data(), line.level, static_cast<int>(line.function.size()),
-                 line.function.data(), static_cast<int>(line.message.size()),
-                 line.message.data());
+                 line.function.data(), static_cast<int>(line.message.size()), line.message.data());
   }
 };
 
@@ -45,8 +44,8 @@ struct Registry {
       if (eq == std::string_view::npos || eq + 1 >= item.size()) {
         continue;
       }
-      int const level = std::clamp(std::atoi(std::string(item.substr(eq + 1)).c_str()), 0,
-                                   kMaxLevel);
+      int const level =
+          std::clamp(std::atoi(std::string(item.substr(eq + 1)).c_str()), 0, kMaxLevel);
       std::string_view const name = item.substr(0, eq);
       if (name == "*") {
         defaultTextLevel = level;

@@ -75,11 +75,11 @@ std::string_view shortFunctionName(std::string_view prettyFunction);
 }  // namespace Trace
 
 // Traces the concatenation of the pieces at `level` on `handle`, naming the calling function.
-#define TRACE(handle, level, ...)                                                       \
-  do {                                                                                  \
-    if ((handle).enabled(level)) {                                                      \
-      static std::string_view const traceFunction_ =                                    \
-          ::Trace::shortFunctionName(__PRETTY_FUNCTION__);                              \
-      (handle).emit((level), traceFunction_, ::Trace::concat(__VA_ARGS__));             \
-    }                                                                                   \
+#define TRACE(handle, level, ...)                                           \
+  do {                                                                      \
+    if ((handle).enabled(level)) {                                          \
+      static std::string_view const traceFunction_ =                        \
+          ::Trace::shortFunctionName(__PRETTY_FUNCTION__);                  \
+      (handle).emit((level), traceFunction_, ::Trace::concat(__VA_ARGS__)); \
+    }                                                                       \
   } while (false)

@@ -77,8 +77,8 @@ class FlowspecEndToEnd : public ::testing::Test {
     for (int i = 0; i < 3000; ++i) {
       Packet const packet = randomPacket(rng);
       std::string const expected = expectedClass(packet);
-      auto const got =
-          stack.hardware->classify(Nwk::IntfId(i % 2 ? "Ethernet1" : "Ethernet2"), toHardware(packet));
+      auto const got = stack.hardware->classify(Nwk::IntfId(i % 2 ? "Ethernet1" : "Ethernet2"),
+                                                toHardware(packet));
       ASSERT_EQ(got.className, expected) << "packet " << i;
       matched += !expected.empty();
     }

@@ -8,8 +8,8 @@
 
 namespace {
 
-using OrbFlowspecTest::StackHarness;
 using Flowspec::ActionFieldSet;
+using OrbFlowspecTest::StackHarness;
 
 // Counts the policy-map versions that a VRF's policy switches to.
 class RebuildCounter : public PolicyMap::PolicyMapConfig::Reactor {
@@ -224,8 +224,8 @@ TEST_F(ConfigScenario, ActionsFollowTheRule) {
 
   // An unchanged rebuild attaches the same objects; a cleared police bit removes the police.
   auto const permit = classAction->policyAction(PolicyMap::ActionType::actionPermit);
-  rule.actionFieldSet = ActionFieldSet(ActionFieldSet::kPermit | ActionFieldSet::kDeny |
-                                       ActionFieldSet::kDscp);
+  rule.actionFieldSet =
+      ActionFieldSet(ActionFieldSet::kPermit | ActionFieldSet::kDeny | ActionFieldSet::kDscp);
   rule.trafficMarkingDscp = Nwk::IpTos(64);
   stack.ruleIs(rule);
   stack.settle();
@@ -309,8 +309,10 @@ TEST_F(ConfigScenario, ActionContainersFollowTheRulesAcrossRebuildsAndRestarts) 
   stack.ruleIs(5, "ipv4 dport =81", 2, ActionFieldSet(ActionFieldSet::kDeny));
   stack.settle();
   EXPECT_EQ(containers(), "2");
-  auto const deny = policy("red")->currCfg()->classAction("ipv4 dport =81")->policyAction(
-      PolicyMap::ActionType::actionDeny);
+  auto const deny = policy("red")
+                        ->currCfg()
+                        ->classAction("ipv4 dport =81")
+                        ->policyAction(PolicyMap::ActionType::actionDeny);
   stack.ruleDel(5, "ipv4 dport =81");
   stack.settle();
   EXPECT_EQ(containers(), "1");
@@ -321,8 +323,10 @@ TEST_F(ConfigScenario, ActionContainersFollowTheRulesAcrossRebuildsAndRestarts) 
   stack.settle();
   EXPECT_EQ(containers(), "2");
   EXPECT_EQ(policy("red")->subconfig().size(), 1u);
-  auto const again = policy("red")->currCfg()->classAction("ipv4 dport =81")->policyAction(
-      PolicyMap::ActionType::actionDeny);
+  auto const again = policy("red")
+                         ->currCfg()
+                         ->classAction("ipv4 dport =81")
+                         ->policyAction(PolicyMap::ActionType::actionDeny);
   ASSERT_TRUE(again);
   EXPECT_NE(again, deny);
 }
@@ -349,8 +353,10 @@ TEST_F(ConfigScenario, RedirectAddressChangeBuildsANewActionAndLeavesTheLiveOneA
   EXPECT_TRUE(old->nexthop().contains(*Nwk::IpGenAddr::parse("10.0.0.1")));
   stack.runFor(0.05);
   auto const now = Cog::ptrDynamicCast<Pbr::PbrFwdAction const>(
-      policy("red")->currCfg()->classAction("ipv4 dport =80")->policyAction(
-          PolicyMap::ActionType::actionPbrForward));
+      policy("red")
+          ->currCfg()
+          ->classAction("ipv4 dport =80")
+          ->policyAction(PolicyMap::ActionType::actionPbrForward));
   ASSERT_TRUE(now);
   EXPECT_NE(now->id(), old->id());
   EXPECT_EQ(now->nexthop().size(), 1u);
@@ -370,8 +376,10 @@ TEST_F(ConfigScenario, RateLimitReannouncedAsDropIsDroppedAfterTheDebounce) {
   stack.ruleIs(rule);
   stack.settle();
   auto const police = [&] {
-    auto const action = policy("red")->currCfg()->classAction("ipv4 proto =17")->policyAction(
-        PolicyMap::ActionType::actionPolice);
+    auto const action = policy("red")
+                            ->currCfg()
+                            ->classAction("ipv4 proto =17")
+                            ->policyAction(PolicyMap::ActionType::actionPolice);
     auto const p = Cog::ptrDynamicCast<PolicyMap::PoliceAction const>(action);
     return p ? p->rate().rate : 0u;
   };

@@ -121,8 +121,7 @@ void randomChange(std::mt19937& rng, Inputs& inputs, StackHarness& stack) {
   Vrf::VrfIdMap::VrfId const vrfId = 1 + rng() % 4;
   switch (rng() % 12) {
     case 0:  // a VRF is named or renamed
-      nameVrf(vrfId, "vrf" + std::to_string(vrfId) + (rng() % 2 ? "" : "-renamed"), inputs,
-              stack);
+      nameVrf(vrfId, "vrf" + std::to_string(vrfId) + (rng() % 2 ? "" : "-renamed"), inputs, stack);
       break;
     case 1:
       inputs.vrfs.erase(vrfId);

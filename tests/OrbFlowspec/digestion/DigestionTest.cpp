@@ -97,8 +97,8 @@ class DigestionTest : public ::testing::Test {
                                 Nwk::AddressFamily af = Nwk::AddressFamily::ipv6) {
     Flowspec::FlowspecKey key(af);
     for (std::size_t i = 0; i < pairs.size(); ++i) {
-      key.opValAppend(type, Flowspec::canonicalOpByte(pairs[i].op, pairs[i].value,
-                                                      i + 1 == pairs.size()),
+      key.opValAppend(type,
+                      Flowspec::canonicalOpByte(pairs[i].op, pairs[i].value, i + 1 == pairs.size()),
                       pairs[i].value);
     }
     Flowspec::Rule rule;
@@ -112,14 +112,15 @@ class DigestionTest : public ::testing::Test {
   Cog::Ptr<Kiln::TaskScheduler> scheduler = Kiln::simulatedTaskSchedulerFactory();
   Cog::Ptr<Flowspec::RuleSet> ruleSet = Cog::make<Flowspec::RuleSet>();
   Cog::Ptr<Flowspec::Config> config = Cog::make<Flowspec::Config>();
-  Cog::Ptr<OrbFlowspec::RuleSetSm> walker = OrbFlowspec::ruleSetSmFactory(scheduler, ruleSet, config);
+  Cog::Ptr<OrbFlowspec::RuleSetSm> walker =
+      OrbFlowspec::ruleSetSmFactory(scheduler, ruleSet, config);
 };
 
 TEST_F(DigestionTest, NumericListsMatchTheirSemanticsOverEveryValue) {
   std::mt19937 rng(11);
   MatchCompType const types[] = {MatchCompType::ipProtocol, MatchCompType::destinationPort,
-                                 MatchCompType::icmpCode, MatchCompType::packetLength,
-                                 MatchCompType::dscp, MatchCompType::flowLabel};
+                                 MatchCompType::icmpCode,   MatchCompType::packetLength,
+                                 MatchCompType::dscp,       MatchCompType::flowLabel};
   for (int round = 0; round < 400; ++round) {
     MatchCompType const type = types[rng() % 6];
     std::uint32_t const max = Flowspec::NumericalRange::matchCompTypeMax(type);
@@ -209,12 +210,14 @@ TEST_F(DigestionTest, BitmaskListsMatchTheirSemanticsOverEveryBitCombination) {
       if (rng() % 8 == 0) {
         value |= width + 1;  // bits beyond the field are ignored
       }
-      pairs.push_back(Pair{static_cast<std::uint8_t>((rng() % 4) | (i && rng() % 2 ? 0x40 : 0)),
-                           value});
+      pairs.push_back(
+          Pair{static_cast<std::uint8_t>((rng() % 4) | (i && rng() % 2 ? 0x40 : 0)), value});
     }
     auto const key = publish(type, pairs, Nwk::AddressFamily::ipv4);
     bool someEmpty = false;
-    auto accepts = [&](Pair const& p, std::uint32_t data) { return bitmaskPairAccepts(p, data, width); };
+    auto accepts = [&](Pair const& p, std::uint32_t data) {
+      return bitmaskPairAccepts(p, data, width);
+    };
     auto const expected = evaluate(pairs, width, accepts, &someEmpty);
     bool zeroPair = false;
     for (auto const& p : pairs) {
@@ -285,7 +288,8 @@ TEST_F(DigestionTest, ClampingIsTraced) {
   Trace::ScopedCapture capture;
   publish(MatchCompType::destinationPort, {{0x01, 70000}}, Nwk::AddressFamily::ipv4);
   EXPECT_TRUE(capture->contains("value overflow"));
-  EXPECT_TRUE(capture->contains("matchOpVal {type 5, op 0xa1, value 70000, next 0}, value 0x11170, max 0xffff"));
+  EXPECT_TRUE(capture->contains(
+      "matchOpVal {type 5, op 0xa1, value 70000, next 0}, value 0x11170, max 0xffff"));
   EXPECT_TRUE(capture->contains("final merged range [65535, 65535]"));
 }
 

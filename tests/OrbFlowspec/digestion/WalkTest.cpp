@@ -1,11 +1,10 @@
 // The walk at start: resumable, interleaved with notifications, and robust to refused keys.
 #include <gtest/gtest.h>
 
-#include "platform/cog/Errors.h"
-
 #include <random>
 
 #include "OrbFlowspec/digestion/RuleSetSm.h"
+#include "platform/cog/Errors.h"
 #include "platform/kiln/TaskScheduler.h"
 #include "platform/trace/CaptureSink.h"
 
@@ -128,7 +127,8 @@ TEST(RuleSetWalk, RefusedKeysAreTracedAndTheOthersDigested) {
   big.ruleId = 1;
   ruleSet->ruleIs(big);
   // A key of no address family.
-  std::uint32_t const words[] = {Flowspec::FlowspecTidalKey::pack(Flowspec::MatchCompType::destinationPort, 0x81, 80)};
+  std::uint32_t const words[] = {
+      Flowspec::FlowspecTidalKey::pack(Flowspec::MatchCompType::destinationPort, 0x81, 80)};
   Flowspec::Rule bad;
   bad.key = Flowspec::FlowspecTidalKey(1, 7, {}, {}, words, 1);
   bad.ruleId = 2;
@@ -173,7 +173,8 @@ TEST(RuleSetWalk, CorruptEntryReadsAsWithdrawn) {
   auto scheduler = Kiln::simulatedTaskSchedulerFactory();
   auto ruleSet = Cog::make<Flowspec::RuleSet>();
   std::vector<Flowspec::FlowspecTidalKey> corrupted;
-  ruleSet->corruptionHandlerIs([&](Flowspec::FlowspecTidalKey const& key) { corrupted.push_back(key); });
+  ruleSet->corruptionHandlerIs(
+      [&](Flowspec::FlowspecTidalKey const& key) { corrupted.push_back(key); });
   auto config = Cog::make<Flowspec::Config>();
   auto walker = OrbFlowspec::ruleSetSmFactory(scheduler, ruleSet, config);
   auto const rule = makeRule(1, "ipv4 dport =80", 1);

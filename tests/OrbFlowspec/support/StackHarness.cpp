@@ -1,9 +1,9 @@
 #include "tests/OrbFlowspec/support/StackHarness.h"
 
-#include "agent/Show.h"
-
 #include <map>
 #include <sstream>
+
+#include "agent/Show.h"
 
 namespace OrbFlowspecTest {
 

@@ -32,8 +32,8 @@ class StackHarness {
   // Publishes a raw rule; `match` is in the rule text syntax.
   Flowspec::FlowspecTidalKey ruleIs(Vrf::VrfIdMap::VrfId vrfId, std::string const& match,
                                     std::uint64_t ruleId = 1,
-                                    Flowspec::ActionFieldSet actions = Flowspec::ActionFieldSet(
-                                        Flowspec::ActionFieldSet::kPermit),
+                                    Flowspec::ActionFieldSet actions =
+                                        Flowspec::ActionFieldSet(Flowspec::ActionFieldSet::kPermit),
                                     Flowspec::TrafficRedirect redirect = {});
   void ruleIs(Flowspec::Rule const& rule);
   void ruleDel(Vrf::VrfIdMap::VrfId vrfId, std::string const& match);
@@ -53,7 +53,7 @@ class StackHarness {
   static constexpr char kLineCard[] = "lc1";
 
   Cog::Ptr<Kiln::TaskScheduler> scheduler;
-  Agent::MountedRecords records;  // as the agent mounts them
+  Agent::MountedRecords records;          // as the agent mounts them
   Cog::Ptr<Pbr::HardwareModel> hardware;  // the dataplane the policies are programmed into
   Cog::Ptr<Flowspec::RuleSet> const& ruleSet = records.ruleSet;
   Cog::Ptr<Flowspec::Config> const& config = records.config;

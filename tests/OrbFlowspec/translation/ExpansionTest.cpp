@@ -55,12 +55,12 @@ TEST_F(ExpansionTest, ProtocolRangeBecomesValueMaskPairs) {
 
 TEST_F(ExpansionTest, PortsAndIntersections) {
   EXPECT_EQ(expand<Acl::IpFilter>(ranges(MatchCompType::port, {{80, 80}, {1024, 2047}})),
-            (std::vector<std::string>{"ip sport eq 80", "ip dport eq 80", "ip sport range 1024 2047",
-                                      "ip dport range 1024 2047"}));
+            (std::vector<std::string>{"ip sport eq 80", "ip dport eq 80",
+                                      "ip sport range 1024 2047", "ip dport range 1024 2047"}));
   Acl::IpFilter with443;
   with443.dportIs(Acl::PortSpec(Acl::RangeOperator::eq, "443"));
-  EXPECT_TRUE(expand<Acl::IpFilter>(ranges(MatchCompType::destinationPort, {{80, 80}}), with443)
-                  .empty());
+  EXPECT_TRUE(
+      expand<Acl::IpFilter>(ranges(MatchCompType::destinationPort, {{80, 80}}), with443).empty());
   EXPECT_TRUE(capture->contains("Invalid rule intersection of eq 443 with [80, 80]"));
   Acl::IpFilter wide;
   wide.dportIs(Acl::PortSpec(Acl::RangeOperator::range, "1 1000"));
@@ -174,8 +174,8 @@ TEST_F(ClassMapBuilding, UnexpressibleRuleGetsStatusThreeAndNoClassMap) {
   auto const status = vrfRuleStatus->ruleStatus(key);
   EXPECT_EQ(status->statusCode(), Flowspec::HwRuleProgrammingStatus::hwStatusUnsupportedMatch);
   EXPECT_EQ(status->errorReason(), "unsupported match - flow label");
-  EXPECT_TRUE(capture->contains(
-      "red Cleanup of ipv4 dport =80 due to unsupported or infeasible matchSet"));
+  EXPECT_TRUE(
+      capture->contains("red Cleanup of ipv4 dport =80 due to unsupported or infeasible matchSet"));
 }
 
 TEST_F(ClassMapBuilding, ProcessedRulesAreSkippedAndDeletedRulesCleanedUp) {
@@ -208,8 +208,9 @@ TEST_F(ClassMapBuilding, RuleAboveTheEntryLimitIsRefusedBeforeAnyExpansion) {
   auto const status = vrfRuleStatus->ruleStatus(huge);
   EXPECT_EQ(status->statusCode(), Flowspec::HwRuleProgrammingStatus::hwStatusUnsupportedMatch);
   EXPECT_EQ(status->errorReason(), "unsupported match - too many ACL entries (4194304 > 4096)");
-  EXPECT_TRUE(capture->contains("className ipv4 icmp-type >=0 icmp-code >=0 dscp >=0 refused: "
-                                "too many ACL entries (4194304 > 4096)"));
+  EXPECT_TRUE(
+      capture->contains("className ipv4 icmp-type >=0 icmp-code >=0 dscp >=0 refused: "
+                        "too many ACL entries (4194304 > 4096)"));
 
   // At the limit the rule is built, and the count is what the expansion makes: protocol ranges
   // as value/mask pairs, a port range on both sides.

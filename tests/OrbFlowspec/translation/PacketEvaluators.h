@@ -21,11 +21,11 @@ struct Packet {
   std::uint32_t dport = 0;
   std::uint32_t icmpType = 0;
   std::uint32_t icmpCode = 0;
-  std::uint32_t tcpFlags = 0;   // 9 bits
+  std::uint32_t tcpFlags = 0;  // 9 bits
   std::uint32_t length = 0;
-  std::uint32_t dscp = 0;       // 6 bits
-  std::uint32_t ecn = 0;        // the low two bits of the traffic class
-  std::uint32_t fragBits = 0;   // df 1, is-fragment 2, first 4, last 8
+  std::uint32_t dscp = 0;      // 6 bits
+  std::uint32_t ecn = 0;       // the low two bits of the traffic class
+  std::uint32_t fragBits = 0;  // df 1, is-fragment 2, first 4, last 8
   std::uint32_t flowLabel = 0;
 
   bool hasPorts() const { return protocol == 6 || protocol == 17; }

@@ -72,7 +72,8 @@ class RuleGenerator {
   Nwk::IpGenPrefix prefix(Nwk::AddressFamily af) {
     if (af == Nwk::AddressFamily::ipv6) {
       Nwk::IpGenAddr::Bytes bytes{0x20, 0x01, 0x0d, 0xb8, static_cast<std::uint8_t>(rng() % 4)};
-      return Nwk::IpGenPrefix(Nwk::IpGenAddr::ipv6(bytes), static_cast<std::uint8_t>(16 + rng() % 40));
+      return Nwk::IpGenPrefix(Nwk::IpGenAddr::ipv6(bytes),
+                              static_cast<std::uint8_t>(16 + rng() % 40));
     }
     return Nwk::IpGenPrefix(Nwk::IpGenAddr::ipv4(0x0A000000u | (rng() % 4) << 16),
                             static_cast<std::uint8_t>(8 + rng() % 17));

@@ -17,8 +17,10 @@ std::string error(F&& f) {
 
 TEST(AclFilter, RangeLimitTexts) {
   Acl::IpFilter filter;
-  EXPECT_EQ(error([&] { filter.tniIs(16777216); }), "IpFilterBase::tni < 0 or > 16777215 not allowed");
-  EXPECT_EQ(error([&] { filter.vniIs(16777216); }), "IpFilterBase::vni < 0 or > 16777215 not allowed");
+  EXPECT_EQ(error([&] { filter.tniIs(16777216); }),
+            "IpFilterBase::tni < 0 or > 16777215 not allowed");
+  EXPECT_EQ(error([&] { filter.vniIs(16777216); }),
+            "IpFilterBase::vni < 0 or > 16777215 not allowed");
   EXPECT_EQ(error([&] { filter.dscpIs(64); }), "IpFilter::dscp < 0 or > 63 not allowed");
   EXPECT_EQ(error([&] { filter.dscpIs(63); }), "");
 }

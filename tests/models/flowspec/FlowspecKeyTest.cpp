@@ -44,12 +44,12 @@ TEST(FlowspecKeyText, CanonicalFormsRoundTrip) {
            "ipv4 frag isf|!df",
            "ipv6 dst 2001:db8::/32 flow-label =1048575",
            "ipv4 dport !=0 len <1500",
-           "ipv4 dport &=80",                // AND bit on the first pair
-           "ipv4 dport #0x81:80|=81",        // an end bit before the last pair
-           "ipv4 dport #0x31:80",            // 8 octets
-           "ipv4 dport #0x80:80",            // no operator bits
-           "ipv4 dport #0x89:80",            // a reserved bit
-           "ipv4 tcp-flags #0x85:syn",       // a reserved bitmask bit: raw, flags by name
+           "ipv4 dport &=80",           // AND bit on the first pair
+           "ipv4 dport #0x81:80|=81",   // an end bit before the last pair
+           "ipv4 dport #0x31:80",       // 8 octets
+           "ipv4 dport #0x80:80",       // no operator bits
+           "ipv4 dport #0x89:80",       // a reserved bit
+           "ipv4 tcp-flags #0x85:syn",  // a reserved bitmask bit: raw, flags by name
            "ipv4 type0 #0x81:5 type1 #0x81:6 type2 #0x81:7 type14 #0x81:8 type15 #0x81:9",
            // Out of order, as a routing process could publish it: marked raw, runs kept apart.
            "ipv4 raw dport =80 sport =1 dport =2",
@@ -123,8 +123,10 @@ TEST(FlowspecKeyText, ErrorsNameThePosition) {
        "ascending type)"},
       {"ipv4 raw dport =80 sport =1",
        "position 5: 'raw' marks a key whose components are out of order, and these are not"},
-      {"ipv4 dport #0x41:80", "position 11: the AND bit of the operator disagrees with the separator"},
-      {"ipv4 dport =1|#0xc1:80", "position 14: the AND bit of the operator disagrees with the separator"},
+      {"ipv4 dport #0x41:80",
+       "position 11: the AND bit of the operator disagrees with the separator"},
+      {"ipv4 dport =1|#0xc1:80",
+       "position 14: the AND bit of the operator disagrees with the separator"},
       {"ipv4 dport #0x:80", "position 11: expected '#0xHH:' with the operator byte in hexadecimal"},
       {"ipv4 tcp-flags =syn+bogus", "position 16: expected a value, not 'syn+bogus'"},
       {"ipv4 tcp-flags =syn+", "position 16: expected a value, not 'syn+'"},
@@ -307,9 +309,9 @@ TEST(FlowspecKeyPrecedence, FollowsTheRfc) {
   // Equal leading bytes: the longer encoding first (0x01 0x50 0x81 0x51 against 0x01 0x50).
   EXPECT_TRUE(before("ipv4 dport #0x01:80|=81", "ipv4 dport #0x01:80"));
   // Values big-endian in the octets the length bits give, cut to the low octets.
-  EXPECT_TRUE(before("ipv4 dport #0x91:255", "ipv4 dport =256"));   // 0x00 0xff before 0x01 0x00
+  EXPECT_TRUE(before("ipv4 dport #0x91:255", "ipv4 dport =256"));     // 0x00 0xff before 0x01 0x00
   EXPECT_TRUE(before("ipv4 dport #0xb1:80", "ipv4 dport #0xb1:81"));  // 8 octets
-  EXPECT_TRUE(before("ipv4 dport #0x81:256", "ipv4 dport =1"));     // 256 in one octet is 0x00
+  EXPECT_TRUE(before("ipv4 dport #0x81:256", "ipv4 dport =1"));       // 256 in one octet is 0x00
   // The family first.
   EXPECT_TRUE(before("ipv4 dport =80", "ipv6 dport =80"));
   EXPECT_TRUE(before("ipv4", "ipv6 dst 2001:db8::/32"));

@@ -35,8 +35,8 @@ class KeyGenerator {
     }
     int const runs = static_cast<int>(rng_() % 4);
     for (int r = 0; r < runs; ++r) {
-      auto const type = static_cast<Flowspec::MatchCompType>(
-          rng_() % 20 == 0 ? rng_() % 16 : 3 + rng_() % 11);
+      auto const type =
+          static_cast<Flowspec::MatchCompType>(rng_() % 20 == 0 ? rng_() % 16 : 3 + rng_() % 11);
       int const pairs = 1 + static_cast<int>(rng_() % 3);
       for (int p = 0; p < pairs; ++p) {
         std::uint32_t const value = valueFor(type);

@@ -99,8 +99,7 @@ TEST(FlowspecTidalKey, RefusesContentThatIsNotARuleKey) {
       EXPECT_STREQ(e.what(),
                    "FlowspecKey::prefix address family differs from the key's not allowed");
     }
-    EXPECT_EQ(badPrefix.toStrep(), std::string("vrf 1 raw af 1 ") +
-                                       (destination ? "dst" : "src") +
+    EXPECT_EQ(badPrefix.toStrep(), std::string("vrf 1 raw af 1 ") + (destination ? "dst" : "src") +
                                        " 2001:db8::/32 words 58100050");
   }
 }
@@ -122,12 +121,12 @@ TEST(FlowspecTidalKey, OversizedWordArrayThrowsTheSizeError) {
     FlowspecTidalKey(1, 1, {}, {}, words.data(), words.size());
     FAIL();
   } catch (Tidal::PodArraySizeError const& e) {
-    EXPECT_EQ(std::string(e.what()),
-              "expected size <= 2048, instead got 2049. Buffer is at address: " +
-                  address(words.data()) +
-                  " with contents: 0x51000050 0x51000050 0x51000050 0x51000050 0x51000050 "
-                  "0x51000050 0x51000050 0x51000050 0x51000050 0x51000050 0x51000050 0x51000050 "
-                  "0x51000050 0x51000050 0x51000050 0x51000050 ...");
+    EXPECT_EQ(
+        std::string(e.what()),
+        "expected size <= 2048, instead got 2049. Buffer is at address: " + address(words.data()) +
+            " with contents: 0x51000050 0x51000050 0x51000050 0x51000050 0x51000050 "
+            "0x51000050 0x51000050 0x51000050 0x51000050 0x51000050 0x51000050 0x51000050 "
+            "0x51000050 0x51000050 0x51000050 0x51000050 ...");
     EXPECT_STREQ(e.arrayName(), "PodArray");
   }
   EXPECT_EQ(FlowspecTidalKey(1, 1, {}, {}, words.data(), 2048).words().size(), 2048u);

@@ -30,8 +30,8 @@ TEST(MatchCompType, ClassesEveryTypeNumber) {
     auto const type = static_cast<MatchCompType>(t);
     EXPECT_EQ(Flowspec::isPrefixType(type), t == 1 || t == 2) << t;
     EXPECT_EQ(Flowspec::isBitMaskType(type), t == 9 || t == 12) << t;
-    EXPECT_EQ(Flowspec::isNumericalRangeType(type), (t >= 3 && t <= 8) || t == 10 || t == 11 ||
-                                                        t == 13)
+    EXPECT_EQ(Flowspec::isNumericalRangeType(type),
+              (t >= 3 && t <= 8) || t == 10 || t == 11 || t == 13)
         << t;
   }
   std::ostringstream os;
@@ -87,7 +87,8 @@ TEST(NumericalRange, IntersectionAndUnionOfEachArrangement) {
   // the invalid range is empty: it meets and joins nothing
   EXPECT_FALSE(a.rangeIntersection(NumericalRange()).isValid());
   EXPECT_FALSE(NumericalRange().rangeUnion(a).isValid());
-  EXPECT_FALSE(NumericalRange(0xFFFFFF, 0x1000000).rangeUnion(NumericalRange(0, 0xFFFFFE)).isValid());
+  EXPECT_FALSE(
+      NumericalRange(0xFFFFFF, 0x1000000).rangeUnion(NumericalRange(0, 0xFFFFFE)).isValid());
   // at the top of the valid values
   EXPECT_EQ(NumericalRange(0, 0xFFFFFE).rangeUnion(NumericalRange(0xFFFFFF, 0xFFFFFF)),
             NumericalRange(0, 0xFFFFFF));
@@ -138,8 +139,8 @@ TEST(NumericalRange, OrderHashTextAndFieldMaxima) {
   std::ostringstream os;
   os << NumericalRange(0, 65535);
   EXPECT_EQ(os.str(), "[0, 65535]");
-  std::uint32_t const maxima[16] = {0,   0,   0,      255,    65535, 65535, 65535, 255,
-                                    255, 0,   65535, 63,     0,     0xFFFFF, 0,   0};
+  std::uint32_t const maxima[16] = {0,   0, 0,     255, 65535, 65535,   65535, 255,
+                                    255, 0, 65535, 63,  0,     0xFFFFF, 0,     0};
   for (std::uint32_t t = 0; t < 16; ++t) {
     EXPECT_EQ(NumericalRange::matchCompTypeMax(static_cast<MatchCompType>(t)), maxima[t]) << t;
   }
@@ -179,7 +180,8 @@ Flowspec::MatchComponent ranges(MatchCompType type,
                                 std::initializer_list<std::pair<int, int>> values) {
   Flowspec::MatchComponent c(type);
   for (auto const& [lo, hi] : values) {
-    c.numericalRangeIs(NumericalRange(static_cast<std::uint32_t>(lo), static_cast<std::uint32_t>(hi)));
+    c.numericalRangeIs(
+        NumericalRange(static_cast<std::uint32_t>(lo), static_cast<std::uint32_t>(hi)));
   }
   return c;
 }
@@ -298,9 +300,9 @@ TEST(SanitizeMatchSet, RefusesWhatTranslationCannotExpressExactly) {
        {MatchCompType::port, MatchCompType::destinationPort, MatchCompType::sourcePort}) {
     EXPECT_EQ(sanitize({ranges(portType, {{80, 80}}), ranges(MatchCompType::icmpType, {{8, 8}})}),
               MatchCompType::icmpType);
-    EXPECT_EQ(sanitize({ranges(portType, {{80, 80}}), ranges(MatchCompType::icmpCode, {{0, 0}})},
-                       v6),
-              MatchCompType::icmpCode);
+    EXPECT_EQ(
+        sanitize({ranges(portType, {{80, 80}}), ranges(MatchCompType::icmpCode, {{0, 0}})}, v6),
+        MatchCompType::icmpCode);
   }
   // 4. TCP flags with a protocol component without TCP
   EXPECT_EQ(sanitize({ranges(MatchCompType::ipProtocol, {{17, 17}}), tcp({{2, 2}})}),
@@ -341,15 +343,14 @@ TEST(FlowspecUtil, StableTexts) {
   }
   EXPECT_EQ(static_cast<int>(Status::hwStatusFailed), 6);
   char const* const labels[] = {
-      "none",          "destination prefix", "source prefix", "IP protocol", "port",
-      "destination port", "source port",     "ICMP type",     "ICMP code",   "TCP flags",
-      "packet length", "DSCP",               "fragment",      "flow label",  "unknown component 14",
-      "unknown component 15"};
+      "none",      "destination prefix", "source prefix",        "IP protocol",
+      "port",      "destination port",   "source port",          "ICMP type",
+      "ICMP code", "TCP flags",          "packet length",        "DSCP",
+      "fragment",  "flow label",         "unknown component 14", "unknown component 15"};
   for (std::uint32_t t = 0; t < 16; ++t) {
     EXPECT_EQ(util.compTypeToDetailLabel(static_cast<MatchCompType>(t)), labels[t]);
   }
-  EXPECT_EQ(util.compTypeToDetailLabel(static_cast<MatchCompType>(4096)),
-            "unknown component 4096");
+  EXPECT_EQ(util.compTypeToDetailLabel(static_cast<MatchCompType>(4096)), "unknown component 4096");
 }
 
 }  // namespace

@@ -16,8 +16,7 @@ Nwk::IpGenAddr addr(char const* text) { return *Nwk::IpGenAddr::parse(text); }
 // Actions kept as children keyed by name, the way a builder that owns them keeps them.
 class ActionTable : public Cog::Entity {
  public:
-  COG_RECORD(ActionTable,
-             (orderedChildren, Cog::String, PolicyMap::Action, action, Action),
+  COG_RECORD(ActionTable, (orderedChildren, Cog::String, PolicyMap::Action, action, Action),
              (orderedChildren, Cog::String, PolicyMap::PoliceAction, police, Police),
              (orderedChildren, Cog::String, PolicyMap::SetDscpAction, setDscp, SetDscp),
              (orderedChildren, Cog::String, Pbr::PbrFwdAction, redirect, Redirect));
@@ -39,8 +38,8 @@ TEST(ActionChildren, SameNameAndIdIsTheSameObjectOtherIdThrows) {
   auto const permit = table->actionIs("r1", ActionType::actionPermit, id);
   EXPECT_EQ(permit->actionType(), ActionType::actionPermit);
   EXPECT_EQ(table->actionIs("r1", ActionType::actionPermit, id), permit);
-  EXPECT_EQ(reinstantiationText([&] { table->actionIs("r1", ActionType::actionPermit,
-                                                      Kiln::UniqueId(1, 8)); }),
+  EXPECT_EQ(reinstantiationText(
+                [&] { table->actionIs("r1", ActionType::actionPermit, Kiln::UniqueId(1, 8)); }),
             "Reinstantiation of action with different arguments not allowed");
   EXPECT_EQ(reinstantiationText([&] { table->actionIs("r1", ActionType::actionDeny, id); }),
             "Reinstantiation of action with different arguments not allowed");
@@ -54,7 +53,9 @@ TEST(ActionChildren, ParameterChangeOfEachKindThrows) {
   Kiln::UniqueId const id(1, 9);
   auto const police = table->policeIs("r1", id, PolicyMap::PoliceRate{8000, 0});
   EXPECT_EQ(table->policeIs("r1", id, PolicyMap::PoliceRate{8000, 0}), police);
-  EXPECT_EQ(reinstantiationText([&] { table->policeIs("r1", id, PolicyMap::PoliceRate{9000, 0}); }),
+  EXPECT_EQ(reinstantiationText([&] {
+              table->policeIs("r1", id, PolicyMap::PoliceRate{9000, 0});
+            }),
             "Reinstantiation of police with different arguments not allowed");
 
   auto const dscp = table->setDscpIs("r1", id, PolicyMap::Dscp(10));
@@ -65,9 +66,9 @@ TEST(ActionChildren, ParameterChangeOfEachKindThrows) {
   auto const redirect = table->redirectIs("r1", id, Pbr::PbrActionType::pbrActionForward);
   EXPECT_EQ(redirect->actionType(), ActionType::actionPbrForward);
   EXPECT_EQ(table->redirectIs("r1", id, Pbr::PbrActionType::pbrActionForward), redirect);
-  EXPECT_EQ(reinstantiationText(
-                [&] { table->redirectIs("r1", id, Pbr::PbrActionType::pbrActionDrop); }),
-            "Reinstantiation of redirect with different arguments not allowed");
+  EXPECT_EQ(
+      reinstantiationText([&] { table->redirectIs("r1", id, Pbr::PbrActionType::pbrActionDrop); }),
+      "Reinstantiation of redirect with different arguments not allowed");
   EXPECT_EQ(reinstantiationText([&] {
               table->redirectIs("r1", Kiln::UniqueId(2, 9), Pbr::PbrActionType::pbrActionForward);
             }),
@@ -79,17 +80,18 @@ TEST(ClassAction, OneActionPerTypeSharedBetweenVersions) {
   auto const newClass = Cog::make<PolicyMap::ClassAction>("r1");
   Kiln::UniqueId const id(1, 3);
   auto const permit = Cog::make<PolicyMap::Action>("r1", ActionType::actionPermit, id);
-  auto const police =
-      Cog::make<PolicyMap::PoliceAction>("r1", id, PolicyMap::PoliceRate{8000, 0});
+  auto const police = Cog::make<PolicyMap::PoliceAction>("r1", id, PolicyMap::PoliceRate{8000, 0});
   EXPECT_EQ(newClass->policyActions(), 0u);
   oldClass->policyActionIs(permit);
   oldClass->policyActionIs(police);
   newClass->policyActionIs(permit);
   newClass->policyActionIs(police);
   EXPECT_EQ(newClass->policyActions(), 2u);
-  EXPECT_EQ(newClass->policyAction(ActionType::actionPolice), oldClass->policyAction(ActionType::actionPolice));
+  EXPECT_EQ(newClass->policyAction(ActionType::actionPolice),
+            oldClass->policyAction(ActionType::actionPolice));
   // Another action of a type replaces the one there.
-  auto const deny = Cog::make<PolicyMap::Action>("r1", ActionType::actionPermit, Kiln::UniqueId(1, 4));
+  auto const deny =
+      Cog::make<PolicyMap::Action>("r1", ActionType::actionPermit, Kiln::UniqueId(1, 4));
   newClass->policyActionIs(deny);
   EXPECT_EQ(newClass->policyActions(), 2u);
   EXPECT_EQ(newClass->policyAction(ActionType::actionPermit), deny);
@@ -105,15 +107,17 @@ std::vector<std::string> dump(PolicyMap::Action const& action, int indent) {
 TEST(ActionDump, PoliceActionLineAtIndentZeroAndTwo) {
   auto const police = Cog::make<PolicyMap::PoliceAction>(
       "r1", Kiln::UniqueId(1, 42), PolicyMap::PoliceRate{18446744073709551615ull, 0});
-  EXPECT_EQ(dump(*police, 0), (std::vector<std::string>{
-                                 "PoliceAction r1 rate 18446744073709551615 bps burst 0 id 1, 42"}));
-  EXPECT_EQ(dump(*police, 2), (std::vector<std::string>{
-                                 "  PoliceAction r1 rate 18446744073709551615 bps burst 0 id 1, 42"}));
+  EXPECT_EQ(
+      dump(*police, 0),
+      (std::vector<std::string>{"PoliceAction r1 rate 18446744073709551615 bps burst 0 id 1, 42"}));
+  EXPECT_EQ(dump(*police, 2),
+            (std::vector<std::string>{
+                "  PoliceAction r1 rate 18446744073709551615 bps burst 0 id 1, 42"}));
 }
 
 TEST(ActionDump, PbrFwdActionLineThenNexthopsTwoColumnsIn) {
-  auto const redirect =
-      Cog::make<Pbr::PbrFwdAction>("r1", Kiln::UniqueId(1, 5), Pbr::PbrActionType::pbrActionForward);
+  auto const redirect = Cog::make<Pbr::PbrFwdAction>("r1", Kiln::UniqueId(1, 5),
+                                                     Pbr::PbrActionType::pbrActionForward);
   EXPECT_EQ(dump(*redirect, 0),
             (std::vector<std::string>{
                 "PbrFwdAction r1 type forward vrf - recursive false allowResolutionByDefault false "
@@ -123,11 +127,12 @@ TEST(ActionDump, PbrFwdActionLineThenNexthopsTwoColumnsIn) {
   redirect->allowResolutionByDefaultIs(true);
   redirect->nexthopIs(addr("10.1.0.2"), true);
   redirect->nexthopIs(addr("10.1.0.10"), false);
-  EXPECT_EQ(dump(*redirect, 0),
-            (std::vector<std::string>{
-                "PbrFwdAction r1 type forward vrf blue recursive true allowResolutionByDefault true "
-                "allowResolutionOverTunnel false id 1, 5",
-                "  nexthop 10.1.0.2 inUse true", "  nexthop 10.1.0.10 inUse false"}));
+  EXPECT_EQ(
+      dump(*redirect, 0),
+      (std::vector<std::string>{
+          "PbrFwdAction r1 type forward vrf blue recursive true allowResolutionByDefault true "
+          "allowResolutionOverTunnel false id 1, 5",
+          "  nexthop 10.1.0.2 inUse true", "  nexthop 10.1.0.10 inUse false"}));
   EXPECT_EQ(dump(*redirect, 2),
             (std::vector<std::string>{
                 "  PbrFwdAction r1 type forward vrf blue recursive true allowResolutionByDefault "

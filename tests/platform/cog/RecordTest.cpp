@@ -29,13 +29,9 @@ class Leaf : public Cog::Entity {
 
 class Tree : public Cog::Entity {
  public:
-  COG_RECORD(Tree,
-             (value, int, level, Level),
-             (valueInit, std::uint32_t, vrfId, VrfId, 0xffffff),
-             (orderedChildren, int, Leaf, leaf, Leaf),
-             (hashMap, std::string, int, score, Score),
-             (hashSet, int, member, Member),
-             (child, Leaf, root, Root));
+  COG_RECORD(Tree, (value, int, level, Level), (valueInit, std::uint32_t, vrfId, VrfId, 0xffffff),
+             (orderedChildren, int, Leaf, leaf, Leaf), (hashMap, std::string, int, score, Score),
+             (hashSet, int, member, Member), (child, Leaf, root, Root));
 };
 
 // Records every call as text.
@@ -127,8 +123,8 @@ TEST(CogNotification, ReactorAttachedDuringNotificationHearsOnlyLaterChanges) {
   tree->leafIs(1, "one");
   EXPECT_EQ(log, (std::vector<std::string>{"a:leaf 1", "b:leaf 1"}));
   tree->leafIs(2, "two");
-  EXPECT_EQ(log, (std::vector<std::string>{"a:leaf 1", "b:leaf 1", "a:leaf 2", "b:leaf 2",
-                                           "c:leaf 2"}));
+  EXPECT_EQ(log,
+            (std::vector<std::string>{"a:leaf 1", "b:leaf 1", "a:leaf 2", "b:leaf 2", "c:leaf 2"}));
 }
 
 TEST(CogNotification, DeletingTheNotifiedEntryFromItsHandler) {
@@ -196,8 +192,8 @@ TEST(CogChildren, IterationSurvivesDeletionsFromInside) {
   std::vector<int> visited;
   for (auto [key, leaf] : tree->leaf()) {
     visited.push_back(key);
-    tree->leafDel(key);      // the visited entry
-    tree->leafDel(key + 1);  // the next one
+    tree->leafDel(key);           // the visited entry
+    tree->leafDel(key + 1);       // the next one
     EXPECT_EQ(leaf->key(), key);  // still readable while iterating
   }
   EXPECT_EQ(visited, (std::vector<int>{0, 2, 4, 6, 8}));
@@ -244,11 +240,15 @@ class Owner {
  public:
   struct LeafSm : public Leaf::Reactor {
     LeafSm(Cog::Ptr<Leaf const> const& leaf, Owner* o) : Leaf::Reactor(leaf), owner(o) {}
-    void handleCount() override { owner->log.push_back("count " + std::to_string(notifier()->key())); }
+    void handleCount() override {
+      owner->log.push_back("count " + std::to_string(notifier()->key()));
+    }
     Owner* owner;
   };
 
-  Owner() : leafSm_([this](int const& key) { log.push_back("removed " + std::to_string(key)); }, "leafSm") {}
+  Owner()
+      : leafSm_([this](int const& key) { log.push_back("removed " + std::to_string(key)); },
+                "leafSm") {}
   void watch(Cog::Ptr<Leaf const> const& leaf) { leafSm_.is(leaf->key(), leaf, this); }
   void unwatch(int key) { leafSm_.del(key); }
   std::size_t watched() const { return leafSm_.size(); }

@@ -68,8 +68,8 @@ TEST_F(SchedulerTest, DelayReArmsButLowestDelayKeepsEarlierExpiry) {
   debounce->scheduleTaskDelay(0.05);
   lowest->scheduleTaskLowestDelay(0.05);
   scheduler->runFor(0.03);
-  debounce->scheduleTaskDelay(0.05);       // now fires at 0.08
-  lowest->scheduleTaskLowestDelay(0.05);   // keeps 0.05
+  debounce->scheduleTaskDelay(0.05);      // now fires at 0.08
+  lowest->scheduleTaskLowestDelay(0.05);  // keeps 0.05
   scheduler->runFor(0.0199);
   EXPECT_TRUE(log.empty());  // one tick before the first deadline
   scheduler->runFor(0.0001);
@@ -119,8 +119,9 @@ TEST_F(SchedulerTest, YieldIsDeterministicUnderTheWorkQuantum) {
 }
 
 TEST_F(SchedulerTest, FrameworkErrorIsTracedAndTheLoopGoesOn) {
-  Kiln::Task failing(scheduler, TaskPriority{1}, "failing",
-                     [] { throw Cog::RangeError("NumericalRange::rangeMin > NumericalRange::rangeMax not allowed"); });
+  Kiln::Task failing(scheduler, TaskPriority{1}, "failing", [] {
+    throw Cog::RangeError("NumericalRange::rangeMin > NumericalRange::rangeMax not allowed");
+  });
   auto next = task("next", 2);
   failing.scheduleTask();
   next->scheduleTask();
@@ -189,7 +190,7 @@ TEST_F(SchedulerTest, WalkYieldsResumesAtBookmarkAndFinishes) {
   EXPECT_EQ(walk->walkState(), Kiln::WalkSmBase::WalkState::finished);
   EXPECT_EQ(walk->items, std::vector<int>(10, 1));
   EXPECT_EQ(walk->events, (std::vector<std::string>{"walkScheduled", "walkStarted", "walkYielded",
-                                                   "walkYielded", "walkFinished"}));
+                                                    "walkYielded", "walkFinished"}));
   EXPECT_EQ(scheduler->taskRunCount(), 3u);
 }
 

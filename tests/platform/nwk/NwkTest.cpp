@@ -18,8 +18,8 @@ std::vector<std::pair<int, int>> pairs(std::uint8_t lo, std::uint8_t hi) {
 }
 
 TEST(RangeMaskGen, KnownDecompositions) {
-  EXPECT_EQ(pairs(1, 6), (std::vector<std::pair<int, int>>{{1, 0xFF}, {2, 0xFE}, {4, 0xFE},
-                                                           {6, 0xFF}}));
+  EXPECT_EQ(pairs(1, 6),
+            (std::vector<std::pair<int, int>>{{1, 0xFF}, {2, 0xFE}, {4, 0xFE}, {6, 0xFF}}));
   EXPECT_EQ(pairs(0, 255), (std::vector<std::pair<int, int>>{{0, 0}}));
   EXPECT_EQ(pairs(6, 17), (std::vector<std::pair<int, int>>{{6, 0xFE}, {8, 0xF8}, {16, 0xFE}}));
   EXPECT_EQ(pairs(255, 255), (std::vector<std::pair<int, int>>{{255, 0xFF}}));
@@ -33,7 +33,8 @@ TEST(RangeMaskGen, CoversEveryByteRangeExactly) {
     for (int hi = lo; hi < 256; ++hi) {
       std::vector<int> covered(256, 0);
       int next = lo;
-      for (auto const& e : Gen8::run(static_cast<std::uint8_t>(lo), static_cast<std::uint8_t>(hi))) {
+      for (auto const& e :
+           Gen8::run(static_cast<std::uint8_t>(lo), static_cast<std::uint8_t>(hi))) {
         ASSERT_EQ(e.start, next);
         ASSERT_EQ(e.start & e.mask, e.start);
         for (int v = 0; v < 256; ++v) {

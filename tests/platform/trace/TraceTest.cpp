@@ -14,7 +14,9 @@ struct WithStrep {
 
 enum class Colour { red = 3 };
 
-void emitFromHere(int level) { TRACE(gTestHandle, level, "value ", 42, " hex 0x", Trace::Hex{255}); }
+void emitFromHere(int level) {
+  TRACE(gTestHandle, level, "value ", 42, " hex 0x", Trace::Hex{255});
+}
 
 TEST(TraceConcat, PiecesJoinWithoutSeparators) {
   EXPECT_EQ(Trace::concat("a", 1, std::string("b"), true, WithStrep{}, Colour::red, 'c', 2.5),

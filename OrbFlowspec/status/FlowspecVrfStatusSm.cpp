@@ -34,8 +34,8 @@ struct FlowspecVrfStatusSm::Reactors {
   struct PmapStatusReactor : Cog::BoundReactor<PolicyMap::PolicyMapStatus, FlowspecVrfStatusSm> {
     using BoundReactor::BoundReactor;
     void handleIntfStatus(Nwk::IntfId const& intfId) override {
-      if (auto const status = notifier()->intfStatus(intfId)) {
-        owner()->intfStatusIs(status);
+      if (auto const record = notifier()->intfStatus(intfId)) {
+        owner()->intfStatusIs(record);
       } else {
         owner()->intfStatusDel(intfId);
       }

@@ -67,6 +67,9 @@ struct ItemCase {
   std::size_t rules = 0;
 };
 
+// Cases print as their name (test listings would otherwise show the case's bytes).
+void PrintTo(ItemCase const& c, std::ostream* os) { *os << c.name; }
+
 std::string const kRule = R"("vrf": "red", "id": 1, "match": "ipv4 dport =80")";
 
 std::vector<ItemCase> const kItemCases = {

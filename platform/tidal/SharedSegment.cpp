@@ -204,7 +204,7 @@ SharedSegment::SlotState SharedSegment::readSlot(std::uint32_t index,
     std::memcpy(&sum, &s.checksum, sizeof sum);
     bool const fits = length <= geometry_.slotBytes;
     payload.resize(fits ? length : 0);
-    if (fits) {
+    if (fits && length > 0) {  // an empty vector's data() may be null, which memcpy refuses
       std::memcpy(payload.data(), s.payload(), length);
     }
     std::atomic_thread_fence(std::memory_order_acquire);

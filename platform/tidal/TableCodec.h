@@ -42,7 +42,9 @@ class ByteSource {
     if (!take(count)) {
       return false;
     }
-    std::memcpy(data, in_.data() + pos_ - count, count);
+    if (count > 0) {  // memcpy takes no null pointer, even for nothing
+      std::memcpy(data, in_.data() + pos_ - count, count);
+    }
     return true;
   }
   std::size_t remaining() const { return ok_ ? in_.size() - pos_ : 0; }

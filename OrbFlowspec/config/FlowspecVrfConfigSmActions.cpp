@@ -103,7 +103,12 @@ void FlowspecVrfConfigSm::addRedirectAction(Flowspec::RuleConfig const& rule,
                                             Cog::String const& className,
                                             ActionContainer& container,
                                             PolicyMap::ClassAction& classAction) {
-  Vrf::VrfIdMap::VrfEntry const entry = in_.vrfIdStatus->vrfEntry(rule.trafficRedirect().vrfId);
+  // The invalid id names no VRF, even if a hostile VRF table holds an entry under it: such a
+  // redirect is never indexed, so it could not follow that entry's changes.
+  Vrf::VrfIdMap::VrfId const vrfId = rule.trafficRedirect().vrfId;
+  Vrf::VrfIdMap::VrfEntry const entry = vrfId == Vrf::VrfIdMap::kInvalidVrfId
+                                            ? Vrf::VrfIdMap::VrfEntry()
+                                            : in_.vrfIdStatus->vrfEntry(vrfId);
   if (entry == Vrf::VrfIdMap::VrfEntry()) {
     container.redirectActionDel();
     return;

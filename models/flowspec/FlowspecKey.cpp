@@ -61,6 +61,26 @@ void FlowspecKey::sourcePrefixIs(Nwk::IpGenPrefix const& prefix) {
   sourcePrefix_ = prefix;
 }
 
+void FlowspecKey::traceEncode(Trace::Encoder& e) const {
+  e.raw(af_);
+  destinationPrefix_.traceEncode(e);
+  sourcePrefix_.traceEncode(e);
+  e.raw(static_cast<std::uint16_t>(opVals_.size()));
+  for (std::size_t i = 0; i < opVals_.size(); ++i) {
+    e.raw(opVals_.data()[i]);
+  }
+}
+
+FlowspecKey FlowspecKey::traceDecode(Trace::Decoder& d) {
+  FlowspecKey key(d.raw<Nwk::AddressFamily>());
+  key.destinationPrefix_ = Nwk::IpGenPrefix::traceDecode(d);
+  key.sourcePrefix_ = Nwk::IpGenPrefix::traceDecode(d);
+  for (auto count = d.raw<std::uint16_t>(); count > 0; --count) {
+    key.opVals_.push_back(d.raw<std::uint32_t>());
+  }
+  return key;
+}
+
 void FlowspecKey::opValAppend(MatchCompType type, std::uint8_t op, std::uint32_t value) {
   MatchOpValIndex const index(static_cast<long>(opVals_.size()));  // the 2048-pair bound
   (void)index;

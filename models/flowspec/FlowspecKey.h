@@ -12,6 +12,7 @@
 #include "models/flowspec/OpValList.h"
 #include "platform/cog/Errors.h"
 #include "platform/nwk/IpGenPrefix.h"
+#include "platform/trace/Args.h"
 
 namespace Flowspec {
 
@@ -88,6 +89,9 @@ class FlowspecKey {
 
   std::string stringValue() const;
   std::string toStrep() const { return stringValue(); }
+  // Kept in the trace ring in binary (family, prefixes, packed pairs), printed when read.
+  void traceEncode(Trace::Encoder& e) const;
+  static FlowspecKey traceDecode(Trace::Decoder& d);
   // Replaces this key by the key of `text`; throws KeyParseError when it does not parse, and
   // then leaves this key as it was.
   void copyInStringValue(std::string_view text);

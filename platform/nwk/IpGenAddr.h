@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "platform/nwk/AddressFamily.h"
+#include "platform/trace/Args.h"
 
 namespace Nwk {
 
@@ -33,6 +34,9 @@ class IpGenAddr {
   Bytes const& bytes() const { return bytes_; }
   // Dotted quad; IPv6 in RFC 5952 canonical form; "" when unset.
   std::string toStrep() const;
+  // Kept in the trace ring as its bytes, printed when the ring is read.
+  void traceEncode(Trace::Encoder& e) const { e.raw(*this); }
+  static IpGenAddr traceDecode(Trace::Decoder& d) { return d.raw<IpGenAddr>(); }
 
   auto operator<=>(IpGenAddr const&) const = default;
   bool operator==(IpGenAddr const&) const = default;

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "platform/nwk/IpGenAddr.h"
+#include "platform/trace/Args.h"
 
 namespace Nwk {
 
@@ -29,6 +30,9 @@ class IpGenPrefix {
   bool isEmpty() const { return addr_.af() == AddressFamily::none; }
   bool contains(IpGenAddr const& addr) const;
   std::string toStrep() const;
+  // Kept in the trace ring as its bytes, printed when the ring is read.
+  void traceEncode(Trace::Encoder& e) const { e.raw(*this); }
+  static IpGenPrefix traceDecode(Trace::Decoder& d) { return d.raw<IpGenPrefix>(); }
 
   auto operator<=>(IpGenPrefix const&) const = default;
   bool operator==(IpGenPrefix const&) const = default;

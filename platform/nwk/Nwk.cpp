@@ -195,11 +195,44 @@ std::optional<IpGenAddr> IpGenAddr::parse(std::string_view text) {
   return v4 ? std::optional<IpGenAddr>(ipv4(*v4)) : std::nullopt;
 }
 
+namespace {
+
+// Addresses are printed by the hundred thousand (class-map names, statuses, shows): digits are
+// written directly rather than through printf.
+void appendDecimal(std::string& out, unsigned value) {
+  if (value >= 100) {
+    out += static_cast<char>('0' + value / 100);
+  }
+  if (value >= 10) {
+    out += static_cast<char>('0' + value / 10 % 10);
+  }
+  out += static_cast<char>('0' + value % 10);
+}
+
+void appendHex(std::string& out, unsigned value) {
+  static constexpr char kDigits[] = "0123456789abcdef";
+  bool started = false;
+  for (int shift = 12; shift >= 0; shift -= 4) {
+    unsigned const digit = value >> shift & 0xf;
+    if (started || digit != 0 || shift == 0) {
+      out += kDigits[digit];
+      started = true;
+    }
+  }
+}
+
+}  // namespace
+
 std::string IpGenAddr::toStrep() const {
-  char text[48];
   if (af_ == AddressFamily::ipv4) {
-    std::snprintf(text, sizeof text, "%u.%u.%u.%u", bytes_[0], bytes_[1], bytes_[2], bytes_[3]);
-    return text;
+    std::string out;
+    for (int i = 0; i < 4; ++i) {
+      if (i > 0) {
+        out += '.';
+      }
+      appendDecimal(out, bytes_[i]);
+    }
+    return out;
   }
   if (af_ != AddressFamily::ipv6) {
     return "";
@@ -236,8 +269,7 @@ std::string IpGenAddr::toStrep() const {
     if (!out.empty() && out.back() != ':') {
       out += ':';
     }
-    std::snprintf(text, sizeof text, "%x", groups[g]);
-    out += text;
+    appendHex(out, groups[g]);
   }
   return out;
 }
@@ -295,7 +327,13 @@ bool IpGenPrefix::contains(IpGenAddr const& addr) const {
 }
 
 std::string IpGenPrefix::toStrep() const {
-  return isEmpty() ? "" : addr_.toStrep() + "/" + std::to_string(len_);
+  if (isEmpty()) {
+    return "";
+  }
+  std::string out = addr_.toStrep();
+  out += '/';
+  appendDecimal(out, len_);
+  return out;
 }
 
 std::ostream& operator<<(std::ostream& os, IpGenPrefix const& prefix) {

@@ -2,18 +2,36 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace Trace {
 
 RingBuffer::RingBuffer(std::size_t capacityBytes) : buffer_(capacityBytes) {}
 
+namespace {
+
+void formatText(Decoder& d, std::string& out) { out.append(d.rest()); }
+
+}  // namespace
+
 void RingBuffer::append(std::uint16_t handleId, int level, std::string_view function,
                         std::string_view message) {
-  std::size_t const maxMessage = buffer_.size() / 4;
-  message = message.substr(0, maxMessage);
+  append(handleId, level, function, &formatText, message.substr(0, buffer_.size() / 4));
+}
+
+void RingBuffer::append(std::uint16_t handleId, int level, std::string_view function,
+                        Formatter format, std::string_view message) {
+  if (message.size() > buffer_.size() / 4) {
+    // Pieces cannot be cut; a message this long is kept as its first part of text.
+    std::string text;
+    Decoder decoder(message);
+    format(decoder, text);
+    append(handleId, level, function, text);
+    return;
+  }
   Header header{handleId, static_cast<std::uint8_t>(level),
                 static_cast<std::uint8_t>(std::min<std::size_t>(function.size(), 255)),
-                static_cast<std::uint32_t>(message.size()), function.data()};
+                static_cast<std::uint32_t>(message.size()), function.data(), format};
   std::size_t const size = sizeof(Header) + message.size();
   while (used_ + size > buffer_.size()) {
     dropOldest();
@@ -61,10 +79,13 @@ std::vector<std::string> RingBuffer::lines() const {
   for (std::size_t i = 0; i < records_; ++i) {
     Header header;
     read(offset, &header, sizeof header);
-    std::string message(header.messageLength, '\0');
-    read(offset + sizeof header, message.data(), message.size());
-    out.push_back(std::to_string(header.handleId) + "/" + std::to_string(header.level) + " " +
-                  std::string(header.function, header.functionLength) + ": " + message);
+    std::string pieces(header.messageLength, '\0');
+    read(offset + sizeof header, pieces.data(), pieces.size());
+    std::string line = std::to_string(header.handleId) + "/" + std::to_string(header.level) + " " +
+                       std::string(header.function, header.functionLength) + ": ";
+    Decoder decoder(pieces);
+    header.format(decoder, line);
+    out.push_back(std::move(line));
     offset = (offset + sizeof header + header.messageLength) % buffer_.size();
   }
   return out;

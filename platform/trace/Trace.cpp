@@ -101,6 +101,18 @@ void Handle::emit(int level, std::string_view function, std::string_view message
   }
 }
 
+Encoder& Handle::scratchEncoder() {
+  thread_local Encoder encoder;
+  return encoder;
+}
+
+void Handle::recordEncoded(int level, std::string_view function, Formatter format,
+                           std::string_view pieces) const {
+  if (level <= ringLevel_) {
+    ringBuffer().append(id_, level, function, format, pieces);
+  }
+}
+
 Handle* Handle::find(std::string_view name) {
   for (Handle* handle : registry().handles) {
     if (handle->name() == name) {

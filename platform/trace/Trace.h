@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/trace/Args.h"
 #include "platform/trace/Format.h"
 
 // Named, leveled trace handles. Every message that a handle lets through goes to the process's
@@ -44,6 +45,7 @@ class Handle {
   Handle& operator=(Handle const&) = delete;
 
   std::string const& name() const { return name_; }
+  std::uint16_t id() const { return id_; }
   int textLevel() const { return textLevel_; }
   void textLevelIs(int level);
   int ringLevel() const { return ringLevel_; }
@@ -51,8 +53,18 @@ class Handle {
 
   // Whether a message of `level` goes anywhere; messages are formatted only when it does.
   bool enabled(int level) const { return level <= maxLevel_; }
+  // Whether it goes to the text sink, which needs it formatted now.
+  bool textEnabled(int level) const { return level <= textLevel_; }
 
   void emit(int level, std::string_view function, std::string_view message) const;
+  // Into the ring only, as encoded pieces formatted when the ring is read.
+  template <class... Pieces>
+  void record(int level, std::string_view function, Pieces const&... pieces) const {
+    Encoder& encoder = scratchEncoder();
+    encoder.clear();
+    encodePieces(encoder, pieces...);
+    recordEncoded(level, function, formatterFor<Pieces...>(), encoder.bytes());
+  }
 
   // Every handle that exists, for setting levels by name.
   static Handle* find(std::string_view name);
@@ -60,6 +72,9 @@ class Handle {
   static void textLevelAllIs(int level);
 
  private:
+  static Encoder& scratchEncoder();
+  void recordEncoded(int level, std::string_view function, Formatter format,
+                     std::string_view pieces) const;
   void updateMaxLevel() { maxLevel_ = textLevel_ > ringLevel_ ? textLevel_ : ringLevel_; }
 
   std::string name_;
@@ -75,11 +90,16 @@ std::string_view shortFunctionName(std::string_view prettyFunction);
 }  // namespace Trace
 
 // Traces the concatenation of the pieces at `level` on `handle`, naming the calling function.
-#define TRACE(handle, level, ...)                                           \
-  do {                                                                      \
-    if ((handle).enabled(level)) {                                          \
-      static std::string_view const traceFunction_ =                        \
-          ::Trace::shortFunctionName(__PRETTY_FUNCTION__);                  \
-      (handle).emit((level), traceFunction_, ::Trace::concat(__VA_ARGS__)); \
-    }                                                                       \
+// A message only the ring takes is not formatted until the ring is read.
+#define TRACE(handle, level, ...)                                             \
+  do {                                                                        \
+    if ((handle).enabled(level)) {                                            \
+      static std::string_view const traceFunction_ =                          \
+          ::Trace::shortFunctionName(__PRETTY_FUNCTION__);                    \
+      if ((handle).textEnabled(level)) {                                      \
+        (handle).emit((level), traceFunction_, ::Trace::concat(__VA_ARGS__)); \
+      } else {                                                                \
+        (handle).record((level), traceFunction_, __VA_ARGS__);                \
+      }                                                                       \
+    }                                                                         \
   } while (false)

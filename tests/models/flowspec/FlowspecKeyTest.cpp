@@ -177,6 +177,10 @@ TEST(FlowspecKeyText, RandomKeysRoundTripAndAgreeWithHashAndEquality) {
       ASSERT_EQ(back, k) << text;
       ASSERT_EQ(back.hash(), k.hash()) << text;
       ASSERT_EQ(back.stringValue(), text);
+      Trace::Encoder traced;  // as the trace ring keeps it
+      k.traceEncode(traced);
+      Trace::Decoder reading(traced.bytes());
+      ASSERT_EQ(FlowspecKey::traceDecode(reading), k) << text;
       auto const [it, inserted] = byText.emplace(text, k);
       ASSERT_TRUE(inserted || it->second == k) << text;  // equal text => equal key
       keys.insert(k);

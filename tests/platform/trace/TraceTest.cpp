@@ -58,6 +58,20 @@ TEST(TraceHandle, MessagesBelowBothLevelsAreNotFormatted) {
   gTestHandle.ringLevelIs(5);
 }
 
+// What only the ring takes is kept as pieces and formatted when read, into the very text the
+// sink would have had; pieces are copied, so later changes to them do not show.
+TEST(TraceRingBuffer, FormatsEncodedPiecesWhenRead) {
+  Trace::ScopedTextLevel level("TraceTest", 0);
+  std::string changing = "before";
+  TRACE(gTestHandle, 4, "a", 1, changing, true, WithStrep{}, Colour::red, 'c', 2.5, -7,
+        Trace::Hex{0xfffff}, std::string_view("view"), static_cast<std::uint8_t>(200));
+  changing = "after";
+  EXPECT_EQ(Trace::ringBuffer().lines().back(),
+            std::to_string(gTestHandle.id()) +
+                "/4 {anonymous}::TraceRingBuffer_FormatsEncodedPiecesWhenRead_Test::TestBody: "
+                "a1beforetrue<strep>3c2.5-7fffffview200");
+}
+
 TEST(TraceRingBuffer, OverwritesOldestRecordsFirst) {
   Trace::RingBuffer ring(256);
   for (int i = 0; i < 50; ++i) {

@@ -1,0 +1,125 @@
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+#include "platform/trace/Format.h"
+
+// How the ring buffer keeps a message's pieces without formatting them: each piece is encoded
+// in binary when traced and turned into text only when the ring is read. Numbers and
+// enumerations are copied as bytes, strings as their characters; a type takes part with
+// traceEncode(Encoder&) const and static traceDecode(Decoder&) (addresses, prefixes, rule keys:
+// opting in, because a copy must not point into what may be gone when the ring is read);
+// anything else (framework pointers, streamable values) is formatted when traced, as before.
+// A message reads back exactly as concat() of the same pieces would have written it.
+namespace Trace {
+
+class Encoder {
+ public:
+  void clear() { bytes_.clear(); }
+  std::string_view bytes() const { return bytes_; }
+
+  template <class T>
+  void raw(T const& value) {
+    static_assert(std::is_trivially_copyable_v<T>);
+    bytes_.append(reinterpret_cast<char const*>(&value), sizeof value);
+  }
+  void text(std::string_view text) {
+    raw(static_cast<std::uint32_t>(text.size()));
+    bytes_.append(text);
+  }
+
+ private:
+  std::string bytes_;
+};
+
+class Decoder {
+ public:
+  explicit Decoder(std::string_view bytes) : bytes_(bytes) {}
+
+  template <class T>
+  T raw() {
+    T value{};
+    std::memcpy(&value, bytes_.data(), sizeof value);
+    bytes_.remove_prefix(sizeof value);
+    return value;
+  }
+  std::string_view rest() const { return bytes_; }
+  std::string_view text() {
+    auto const size = raw<std::uint32_t>();
+    std::string_view const text = bytes_.substr(0, size);
+    bytes_.remove_prefix(size);
+    return text;
+  }
+
+ private:
+  std::string_view bytes_;
+};
+
+// Turns the encoded pieces of one message back into its text.
+using Formatter = void (*)(Decoder&, std::string& out);
+
+namespace detail {
+
+template <class T>
+concept TextLike = std::is_convertible_v<T, std::string_view> && !std::is_same_v<T, std::nullptr_t>;
+
+template <class T>
+concept HasTraceCodec = requires(T const& t, Encoder& e, Decoder& d) {
+  t.traceEncode(e);
+  { T::traceDecode(d) } -> std::same_as<T>;
+};
+
+template <class T>
+concept CopiedAsBytes = std::is_arithmetic_v<T> || std::is_enum_v<T> || std::is_same_v<T, Hex>;
+
+template <class T>
+void encode(Encoder& e, T const& piece) {
+  if constexpr (TextLike<T>) {
+    e.text(std::string_view(piece));
+  } else if constexpr (HasTraceCodec<T>) {
+    piece.traceEncode(e);
+  } else if constexpr (CopiedAsBytes<T>) {
+    e.raw(piece);
+  } else {
+    std::string text;
+    append(text, piece);
+    e.text(text);
+  }
+}
+
+template <class T>
+void decode(Decoder& d, std::string& out) {
+  if constexpr (TextLike<T>) {
+    out.append(d.text());
+  } else if constexpr (HasTraceCodec<T>) {
+    append(out, T::traceDecode(d));
+  } else if constexpr (CopiedAsBytes<T>) {
+    append(out, d.raw<T>());
+  } else {
+    out.append(d.text());
+  }
+}
+
+template <class... Pieces>
+void formatPieces(Decoder& d, std::string& out) {
+  (decode<Pieces>(d, out), ...);  // a fold over the comma operator runs left to right
+}
+
+}  // namespace detail
+
+// The formatter for the pieces' types (arrays decay: a literal is kept as its characters).
+template <class... Pieces>
+constexpr Formatter formatterFor() {
+  return &detail::formatPieces<std::decay_t<Pieces const>...>;
+}
+
+template <class... Pieces>
+void encodePieces(Encoder& e, Pieces const&... pieces) {
+  (detail::encode<std::decay_t<Pieces const>>(e, pieces), ...);
+}
+
+}  // namespace Trace

@@ -13,6 +13,7 @@
 #include "OrbFlowspec/root/FlowspecSm.h"
 #include "agent/Hardware.h"
 #include "agent/MountedRecords.h"
+#include "agent/Progress.h"
 #include "agent/Scenario.h"
 #include "agent/Show.h"
 #include "agent/TableMode.h"
@@ -173,6 +174,7 @@ int main(int argc, char** argv) {
   }
   auto flowspecSm = OrbFlowspec::flowspecSmFactory(records.mounts, dataplane, scheduler,
                                                    scheduler->timerWheel(), records.ocsd);
+  auto const progress = Agent::startupProgress(scheduler, records, flowspecSm);
   if (hardware) {
     events = std::make_unique<Agent::HardwareEvents>(hardwareSpec, hardware, records, scheduler);
   }
@@ -185,6 +187,9 @@ int main(int argc, char** argv) {
     });
   } else {
     done = scheduler->runUntilNoWork(options.maxSeconds);
+  }
+  if (progress) {
+    progress->finish();
   }
   if (options.hold > 0) {
     scheduler->runFor(options.hold);

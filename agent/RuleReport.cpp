@@ -4,6 +4,7 @@
 #include <set>
 #include <vector>
 
+#include "agent/ExactnessNote.h"
 #include "agent/ProgrammingText.h"
 #include "models/flowspec/FlowspecUtil.h"
 
@@ -113,6 +114,9 @@ json ruleJson(OrbFlowspec::FlowspecSm const& root, VrfView const& vrf,
   }
   rule["installed"] = installed;
   rule["failed"] = failed;
+  if (std::string const note = exactnessNote(key); !note.empty()) {
+    rule["exactness"] = note;
+  }
   return rule;
 }
 

@@ -61,7 +61,8 @@ Cog::Ptr<BitMaskGroup const> convertMatchOpValResultToGroup(
   if (!fragment && pair.matchCompType != MatchCompType::tcpFlags) {
     COG_ASSERT(0);
   }
-  auto const bits = static_cast<std::uint16_t>(pair.value & (fragment ? 0xF : 0x1FF));
+  auto const bits = static_cast<std::uint16_t>(
+      pair.value & (fragment ? Flowspec::IpBitMaskTag::kWidth : Flowspec::TcpBitMaskTag::kWidth));
   if (bits == 0) {
     return nullptr;
   }

@@ -15,7 +15,6 @@ inline constexpr char kRequestTooLong[] = "request longer than 4096 bytes";
 inline constexpr char kEmptyRequest[] = "empty request";
 inline constexpr char kControlCharacter[] = "request holds a control character";
 inline constexpr char kTooManyConnections[] = "too many connections";
-inline constexpr char kReplyTooLarge[] = "reply too large";
 
 // One reply line of the control protocol, without its newline: {"ok": true, "result": ...} or
 // {"ok": false, "error": "..."}. Text that is not UTF-8 is replaced, never rejected.

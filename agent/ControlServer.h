@@ -40,8 +40,6 @@ class ControlServer {
   ControlServer(ControlServer const&) = delete;
   ControlServer& operator=(ControlServer const&) = delete;
 
-  std::size_t connectionCount() const { return connections_.size(); }
-
  private:
   struct Connection {
     int fd = -1;

@@ -16,7 +16,6 @@ class TextTable {
 
   // A row of as many cells as there are headers (missing cells are empty, extra ones dropped).
   void rowIs(std::vector<std::string> cells);
-  bool empty() const { return rows_.empty(); }
 
   // Every line ends with a newline and holds at most `width` code points (given that each
   // column can get the minimum of a few); no line ends in a blank.

@@ -1,9 +1,10 @@
 #include "agent/Hardware.h"
 
+#include "agent/HardwareLayout.h"
+
 namespace Agent {
 
 namespace {
-constexpr char kDefaultLineCard[] = "lc0";
 constexpr Kiln::TaskPriority kEventPriority{3};
 }  // namespace
 

@@ -5,37 +5,12 @@
 #include <sstream>
 #include <vector>
 
+#include "agent/ProgrammingText.h"
 #include "models/flowspec/FlowspecUtil.h"
-#include "models/pbr/PbrFwdAction.h"
 
 namespace Agent {
 
 namespace {
-
-std::string actionText(PolicyMap::Action const& action) {
-  std::ostringstream os;
-  switch (action.actionType()) {
-    case PolicyMap::ActionType::actionPermit:
-      return "permit";
-    case PolicyMap::ActionType::actionDeny:
-      return "deny";
-    default:
-      break;
-  }
-  if (auto const* police = dynamic_cast<PolicyMap::PoliceAction const*>(&action)) {
-    os << "police " << police->rate().rate << " bps";
-  } else if (auto const* dscp = dynamic_cast<PolicyMap::SetDscpAction const*>(&action)) {
-    os << "set dscp " << static_cast<int>(dscp->dscp().value());
-  } else if (auto const* redirect = dynamic_cast<Pbr::PbrFwdAction const*>(&action)) {
-    os << "redirect vrf " << redirect->vrfName().value();
-    for (auto const& [address, resolve] : redirect->nexthop()) {
-      os << " nexthop " << address.toStrep();
-    }
-  } else {
-    os << "action " << static_cast<int>(action.actionType());
-  }
-  return os.str();
-}
 
 void showClassMap(std::ostream& os, PolicyMap::ClassMapTypeConfig const& cmapType,
                   std::string const& className) {
@@ -68,15 +43,9 @@ std::string intfProgramming(PolicyMap::PolicyMapStatus const* programmed, std::s
       out += ", ";
     }
     out += option == PolicyMap::ClassMapMatchOption::matchIpAccessGroup ? "ipv4 " : "ipv6 ";
-    switch (installed.state) {
-      case PolicyMap::InstalledState::installed:
-        out += "installed";
-        break;
-      case PolicyMap::InstalledState::failed:
-        out += "failed: " + installed.errorText;
-        break;
-      default:
-        out += "pending";
+    out += installedStateText(installed.state);
+    if (installed.state == PolicyMap::InstalledState::failed) {
+      out += ": " + installed.errorText;
     }
   }
   return out + ")";
@@ -90,10 +59,7 @@ std::string classProgramming(PolicyMap::PolicyMapStatus const* programmed,
   if (!status) {
     return {};
   }
-  static char const* const kStates[] = {"not programmed",      "programming", "installed",
-                                        "partially installed", "failed",      "removed"};
-  auto const state = static_cast<std::size_t>(status->classState());
-  return std::string(" [") + (state < std::size(kStates) ? kStates[state] : "?") + ", " +
+  return " [" + classStateText(status->classState()) + ", " +
          std::to_string(status->packetCount()) + " packets]";
 }
 

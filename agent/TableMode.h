@@ -1,12 +1,10 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <string>
 
 #include "agent/MountedRecords.h"
 #include "models/flowspec/RuleCodec.h"
-#include "platform/kiln/TaskScheduler.h"
 #include "platform/tidal/ChangeWaiter.h"
 
 namespace Agent {
@@ -29,10 +27,5 @@ class SharedRuleTable {
   Flowspec::RuleSetReader* reader_;
   std::unique_ptr<Tidal::ChangeWaiter> waiter_;
 };
-
-// Runs the scheduler's tasks and timers and the table's changes until SIGINT or SIGTERM.
-// `idle` is called whenever the loop has no task ready and no timer armed after doing work.
-void runUntilSignalled(Kiln::TaskScheduler& scheduler, SharedRuleTable& table,
-                       std::function<void()> const& idle);
 
 }  // namespace Agent

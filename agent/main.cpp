@@ -1,18 +1,22 @@
 // flowspec-agent: hosts the flowspec library the way a switch's forwarding agent does. It
 // mounts the records, loads a scenario into them, creates the root state machine, runs the
-// event loop on the steady clock until the work is done, and prints what the system wrote.
+// event loop on the steady clock until the work is done (or, on a shared table or with a
+// control socket, until a signal), and prints what the system wrote.
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <memory>
+#include <stdexcept>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include "OrbFlowspec/root/FlowspecSm.h"
+#include "agent/ControlCommands.h"
+#include "agent/ControlServer.h"
+#include "agent/EventLoop.h"
 #include "agent/Hardware.h"
+#include "agent/HardwareLayout.h"
 #include "agent/MountedRecords.h"
+#include "agent/Options.h"
 #include "agent/Progress.h"
 #include "agent/Scenario.h"
 #include "agent/Show.h"
@@ -23,83 +27,8 @@
 
 namespace {
 
-constexpr char kUsage[] =
-    "usage: flowspec-agent [--scenario FILE] [--max-seconds N] [--dump] [--help]\n"
-    "                      [--table NAME [--show-file PATH]] [--dataplane hw|nft]\n"
-    "                      [--netns NAME] [--vrf-table VRF=TABLE]... [--hold N]\n"
-    "  --scenario FILE   load VRFs, interfaces, flowspec interfaces and rules from FILE (JSON)\n"
-    "  --table NAME      take the rules from the shared rule table NAME (not the scenario's) and\n"
-    "                    run until SIGINT or SIGTERM\n"
-    "  --show-file PATH  with --table: rewrite PATH with the show output whenever work is done\n"
-    "  --max-seconds N   stop the event loop after N seconds even if work remains (default 60)\n"
-    "  --dump            print the state machines' dumps as well\n"
-    "  --dataplane KIND  hw (the hardware model, default) or nft (nftables in the kernel)\n"
-    "  --netns NAME      with nft: program the network namespace NAME\n"
-    "  --vrf-table V=T   with nft: VRF V redirects to routing table T (packet mark T)\n"
-    "  --hold N          keep forwarding N seconds after the work is done, then show\n"
-    "  --help            print this text\n"
-    "Exit status: 0 when the scenario loaded without error (warnings allowed), 1 when some item\n"
-    "of it was refused (the rest still ran), 2 for a usage error.\n"
-    "Trace text levels: ORBFLOWSPEC_TRACE=\"Handle=level,...,*=level\".\n";
-
 constexpr int kExitItemRefused = 1;
 constexpr int kExitUsage = 2;
-
-struct Options {
-  std::string scenario;
-  double maxSeconds = 60.0;
-  bool dump = false;
-  std::string table;
-  std::string showFile;
-  bool help = false;
-  std::string dataplane = "hw";
-  std::string netns;
-  std::vector<std::pair<std::string, std::uint32_t>> vrfTables;
-  double hold = 0;
-};
-
-bool parseOptions(int argc, char** argv, Options& options) {
-  for (int i = 1; i < argc; ++i) {
-    std::string const arg = argv[i];
-    if (arg == "--scenario" && i + 1 < argc) {
-      options.scenario = argv[++i];
-    } else if (arg == "--table" && i + 1 < argc) {
-      options.table = argv[++i];
-    } else if (arg == "--show-file" && i + 1 < argc) {
-      options.showFile = argv[++i];
-    } else if (arg == "--help") {
-      options.help = true;
-    } else if (arg == "--dump") {
-      options.dump = true;
-    } else if (arg == "--dataplane" && i + 1 < argc) {
-      options.dataplane = argv[++i];
-    } else if (arg == "--netns" && i + 1 < argc) {
-      options.netns = argv[++i];
-    } else if (arg == "--vrf-table" && i + 1 < argc) {
-      std::string const spec = argv[++i];
-      auto const eq = spec.find('=');
-      char* end = nullptr;
-      unsigned long const table =
-          eq == std::string::npos ? 0 : std::strtoul(spec.c_str() + eq + 1, &end, 10);
-      if (table == 0 || table > 0xffffffffu || *end != '\0') {
-        return false;
-      }
-      options.vrfTables.emplace_back(spec.substr(0, eq), static_cast<std::uint32_t>(table));
-    } else if (arg == "--hold" && i + 1 < argc) {
-      options.hold = std::strtod(argv[++i], nullptr);
-    } else if (arg == "--max-seconds" && i + 1 < argc) {
-      char* end = nullptr;
-      options.maxSeconds = std::strtod(argv[++i], &end);
-      if (*end != '\0' || !(options.maxSeconds > 0)) {
-        return false;
-      }
-    } else {
-      return false;
-    }
-  }
-  return (options.showFile.empty() || !options.table.empty()) &&
-         (options.dataplane == "hw" || options.dataplane == "nft");
-}
 
 // Written whole and renamed into place, so that a reader never sees half of it.
 void writeShowFile(std::string const& path, std::string const& text) {
@@ -108,16 +37,59 @@ void writeShowFile(std::string const& path, std::string const& text) {
   std::rename(temporary.c_str(), path.c_str());
 }
 
+// The long-running agent: the shared table's changes, the control socket's requests and the
+// scheduler's work, until SIGINT or SIGTERM. False when the control socket cannot be set up.
+bool runUntilSignalled(Agent::Options const& options, Kiln::TaskScheduler& scheduler,
+                       Agent::SharedRuleTable* table, OrbFlowspec::FlowspecSm const& flowspecSm,
+                       Agent::MountedRecords& records, Agent::HardwareLayout const& layout) {
+  Agent::EventLoop loop(scheduler);
+  if (table) {
+    loop.fdIs(table->fd(), POLLIN, [table](short) { table->applyChanges(); });
+    // Changes made between mapping the table and starting the waiter signal nothing.
+    table->applyChanges();
+  }
+  std::unique_ptr<Agent::ControlCommands> commands;
+  std::unique_ptr<Agent::ControlServer> server;
+  if (!options.control.empty()) {
+    commands = std::make_unique<Agent::ControlCommands>(flowspecSm, records, layout,
+                                                        flowspecSm.scheduler());
+    try {
+      server = std::make_unique<Agent::ControlServer>(
+          options.control, loop,
+          [&commands](std::string const& request, Agent::ControlServer::Reply reply) {
+            commands->request(request, reply);
+          });
+    } catch (std::runtime_error const& e) {
+      std::fprintf(stderr, "error: %s\n", e.what());
+      return false;
+    }
+    std::printf("control socket %s\n", options.control.c_str());
+    std::fflush(stdout);
+  }
+  loop.run(
+      [&] {
+        if (commands) {
+          commands->counterRefreshCheck();
+        }
+      },
+      [&] {
+        if (!options.showFile.empty()) {
+          writeShowFile(options.showFile, Agent::showFlowspec(flowspecSm));
+        }
+      });
+  return true;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  Options options;
-  if (!parseOptions(argc, argv, options)) {
-    std::fputs(kUsage, stderr);
+  Agent::Options options;
+  if (!Agent::parseOptions(argc, argv, options)) {
+    std::fputs(Agent::kUsage, stderr);
     return kExitUsage;
   }
   if (options.help) {
-    std::fputs(kUsage, stdout);
+    std::fputs(Agent::kUsage, stdout);
     return EXIT_SUCCESS;
   }
 
@@ -179,12 +151,11 @@ int main(int argc, char** argv) {
     events = std::make_unique<Agent::HardwareEvents>(hardwareSpec, hardware, records, scheduler);
   }
   bool done = true;
-  if (table) {
-    Agent::runUntilSignalled(*scheduler, *table, [&] {
-      if (!options.showFile.empty()) {
-        writeShowFile(options.showFile, Agent::showFlowspec(*flowspecSm));
-      }
-    });
+  if (options.longRunning()) {
+    Agent::HardwareLayout layout{hardware, hardwareSpec};
+    if (!runUntilSignalled(options, *scheduler, table.get(), *flowspecSm, records, layout)) {
+      return EXIT_FAILURE;
+    }
   } else {
     done = scheduler->runUntilNoWork(options.maxSeconds);
   }

@@ -97,12 +97,11 @@ void BM_OneRuleChanged(benchmark::State& state) {
   Pipeline pipeline(scenarioText(state.range(0), state.range(1)));
   pipeline.start();
   pipeline.settle();
-  Flowspec::Rule rule =
-      pipeline.records.ruleSet->rule(*pipeline.records.ruleSet->firstKey());
+  Flowspec::Rule rule = pipeline.records.ruleSet->rule(*pipeline.records.ruleSet->firstKey());
   for (auto _ : state) {
-    rule.actionFieldSet = Flowspec::ActionFieldSet(rule.actionFieldSet.deny()
-                                                       ? Flowspec::ActionFieldSet::kPermit
-                                                       : Flowspec::ActionFieldSet::kDeny);
+    rule.actionFieldSet =
+        Flowspec::ActionFieldSet(rule.actionFieldSet.deny() ? Flowspec::ActionFieldSet::kPermit
+                                                            : Flowspec::ActionFieldSet::kDeny);
     pipeline.records.ruleSet->ruleIs(rule);
     pipeline.settle();
   }

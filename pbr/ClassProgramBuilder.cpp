@@ -14,41 +14,48 @@ Cog::Ptr<PolicyMap::ClassMapSubConfig const> publishedVersion(
 
 }  // namespace
 
-std::optional<ClassProgram> ClassProgramBuilder::classProgram(
+ClassProgramBuilder::PerFamily ClassProgramBuilder::classPrograms(
     Cog::String const& name, PolicyMap::ClassPriority priority,
-    PolicyMap::ClassAction const* classAction, PolicyMap::ClassMapTypeConfig const& cmapTypeConfig,
-    Nwk::AddressFamily af) {
+    PolicyMap::ClassAction const* classAction,
+    PolicyMap::ClassMapTypeConfig const& cmapTypeConfig) {
+  PerFamily out;
   auto const sub = publishedVersion(name, cmapTypeConfig);
+  if (!sub) {
+    built_.erase(name);
+    return out;
+  }
   Built& built = built_[name];
   if (built.from != sub) {
     built = Built{sub, nullptr, nullptr};
   }
-  bool const v6 = af == Nwk::AddressFamily::ipv6;
-  auto const match = sub ? sub->match(v6 ? PolicyMap::ClassMapMatchOption::matchIpv6AccessGroup
-                                         : PolicyMap::ClassMapMatchOption::matchIpAccessGroup)
-                         : nullptr;
-  if (!match) {
-    return std::nullopt;
+  auto const ipMatch = sub->match(PolicyMap::ClassMapMatchOption::matchIpAccessGroup);
+  auto const ip6Match = sub->match(PolicyMap::ClassMapMatchOption::matchIpv6AccessGroup);
+  if (!ipMatch && !ip6Match) {
+    return out;
   }
-  ClassProgram out{name, priority, sub->version(), actionSpecFrom(classAction), nullptr, nullptr};
-  if (v6) {
-    if (!built.ip6Entries) {
-      auto entries = std::make_shared<Ip6Entries>();
-      for (auto const& [seq, rule] : match->ip6Rule()) {
-        entries->push_back(rule.filter());
-      }
-      built.ip6Entries = std::move(entries);
-    }
-    out.ip6Entries = built.ip6Entries;
-  } else {
+  ClassProgram const program{name,    priority, sub->version(), actionSpecFrom(classAction),
+                             nullptr, nullptr};
+  if (ipMatch) {
     if (!built.ipEntries) {
       auto entries = std::make_shared<IpEntries>();
-      for (auto const& [seq, rule] : match->ipRule()) {
+      for (auto const& [seq, rule] : ipMatch->ipRule()) {
         entries->push_back(rule.filter());
       }
       built.ipEntries = std::move(entries);
     }
-    out.ipEntries = built.ipEntries;
+    out[0] = program;
+    out[0]->ipEntries = built.ipEntries;
+  }
+  if (ip6Match) {
+    if (!built.ip6Entries) {
+      auto entries = std::make_shared<Ip6Entries>();
+      for (auto const& [seq, rule] : ip6Match->ip6Rule()) {
+        entries->push_back(rule.filter());
+      }
+      built.ip6Entries = std::move(entries);
+    }
+    out[1] = program;
+    out[1]->ip6Entries = built.ip6Entries;
   }
   return out;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <optional>
 #include <unordered_map>
 
@@ -15,14 +16,13 @@ namespace Pbr {
 // and lets the dataplane keep the class in place across policy versions.
 class ClassProgramBuilder {
  public:
-  // The class `name` for `af`: its entries from the current version of its published
-  // class-map, and its action. None when the class-map is not published, has no current
-  // version or no match of the family.
-  std::optional<ClassProgram> classProgram(Cog::String const& name,
-                                           PolicyMap::ClassPriority priority,
-                                           PolicyMap::ClassAction const* classAction,
-                                           PolicyMap::ClassMapTypeConfig const& cmapTypeConfig,
-                                           Nwk::AddressFamily af);
+  // The class `name` for IPv4 and for IPv6 (in that order): its entries from the current
+  // version of its published class-map, and its action. None for a family when the class-map
+  // is not published, has no current version or no match of the family.
+  using PerFamily = std::array<std::optional<ClassProgram>, 2>;
+  PerFamily classPrograms(Cog::String const& name, PolicyMap::ClassPriority priority,
+                          PolicyMap::ClassAction const* classAction,
+                          PolicyMap::ClassMapTypeConfig const& cmapTypeConfig);
   // Whether the class's entries were built from the class-map version published now (a class
   // never built counts as current while its class-map gives nothing to build).
   bool current(Cog::String const& name, PolicyMap::ClassMapTypeConfig const& cmapTypeConfig) const;

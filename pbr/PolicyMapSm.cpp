@@ -187,27 +187,31 @@ void PolicyMapSm::classMapReactorUpdate(Cog::String const& name) {
 }
 
 void PolicyMapSm::rebuildPrograms() {
+  std::shared_ptr<Pbr::PolicyProgram> programs[2];
   for (auto const af : kFamilies) {
-    auto program = std::make_shared<Pbr::PolicyProgram>();
+    auto& program = programs[slotOf(af)] = std::make_shared<Pbr::PolicyProgram>();
     program->policyName = key_.name;
     program->version = currCfg_ ? currCfg_->version() : Kiln::UniqueId();
     program->af = af;
     program->makeBeforeBreak = globalData_->flags().makeBeforeBreak;
     program->atomic = globalData_->flags().atomicInstall;
-    auto& positions = programClasses_[slotOf(af)];
-    positions.clear();
-    for (std::uint32_t i = 0; i < classes_.size(); ++i) {
-      ClassRecord& record = classes_[i];
-      auto const classAction = currCfg_->classAction(record.name);
-      auto classProgram = builder_.classProgram(record.name, record.priority, classAction.get(),
-                                                *cmapTypeConfig_, af);
-      if (classProgram) {
-        record.cmapVersion = classProgram->cmapVersion;
-        program->classes.push_back(std::move(*classProgram));
-        positions.push_back(i);
+    programClasses_[slotOf(af)].clear();
+  }
+  for (std::uint32_t i = 0; i < classes_.size(); ++i) {
+    ClassRecord& record = classes_[i];
+    auto const classAction = currCfg_->classAction(record.name);
+    auto perFamily =
+        builder_.classPrograms(record.name, record.priority, classAction.get(), *cmapTypeConfig_);
+    for (std::size_t slot = 0; slot < 2; ++slot) {
+      if (perFamily[slot]) {
+        record.cmapVersion = perFamily[slot]->cmapVersion;
+        programs[slot]->classes.push_back(std::move(*perFamily[slot]));
+        programClasses_[slot].push_back(i);
       }
     }
-    programs_[slotOf(af)] = program->classes.empty() ? nullptr : std::move(program);
+  }
+  for (std::size_t slot = 0; slot < 2; ++slot) {
+    programs_[slot] = programs[slot]->classes.empty() ? nullptr : std::move(programs[slot]);
   }
   // Every slot is asked again with the new programs: forget what they counted.
   dirty_.clear();

@@ -219,7 +219,7 @@ void FlowspecVrfConfigSm::handlePolicy() {
     std::uint32_t const prio = afPrioVal(key.af());
     subconfig->classPrioIs(prio, className);
     afPrioValIs(key.af(), prio + 1);
-    updateClassAction(key, subconfig->classActionIs(className));
+    updateClassAction(key, subconfig->classActionIs(className), rule);
   }
   TRACE(gTrace, 6, "Assigned ", subconfig->classPrio().size(), " class priorities");
   in_.policyMapConfig->currCfgIs(subconfig);

@@ -16,7 +16,9 @@ class Draw {
   explicit Draw(std::uint64_t seed) : engine_(seed) {}
 
   std::uint32_t below(std::uint32_t bound) { return static_cast<std::uint32_t>(engine_() % bound); }
-  std::uint32_t between(std::uint32_t low, std::uint32_t high) { return low + below(high - low + 1); }
+  std::uint32_t between(std::uint32_t low, std::uint32_t high) {
+    return low + below(high - low + 1);
+  }
   bool percent(std::uint32_t chance) { return below(100) < chance; }
   template <class T, std::size_t N>
   T const& pick(std::array<T, N> const& items) {
@@ -50,7 +52,7 @@ std::string ipv6Prefix(Draw& draw, std::uint32_t minLength, std::uint32_t maxLen
 // A port match as rule sets write them: one port, a well-known port, a range, or above 1023.
 std::string portMatch(Draw& draw, char const* name) {
   static constexpr std::array<std::uint32_t, 10> kWellKnown = {22,  25,  53,   80,   123,
-                                                                443, 445, 3389, 8080, 11211};
+                                                               443, 445, 3389, 8080, 11211};
   std::string out = std::string(" ") + name + " ";
   switch (draw.below(4)) {
     case 0:

@@ -35,9 +35,12 @@ NftDataplane::NftDataplane(Cog::Ptr<Kiln::TaskScheduler> scheduler, std::string 
   TRACE(gTrace, 3, "table ", t, error_.empty() ? " ready" : " failed: " + error_);
 }
 
-NftDataplane::~NftDataplane() {
+NftDataplane::~NftDataplane() { withdrawAll(); }
+
+void NftDataplane::withdrawAll() {
   if (error_.empty()) {
     session_.run(reset());
+    error_ = "withdrawn";
   }
 }
 

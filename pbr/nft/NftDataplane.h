@@ -49,6 +49,9 @@ class NftDataplane : public Dataplane {
   NftDataplane(Cog::Ptr<Kiln::TaskScheduler> scheduler, std::string const& netns = "",
                std::string table = "orbflowspec");
   ~NftDataplane() override;
+  // Removes everything programmed, now rather than at destruction (for a process that exits
+  // without tearing its objects down); afterwards nothing more is programmed.
+  void withdrawAll();
 
   // Why the dataplane cannot program anything (no namespace, no nftables); empty when it can.
   std::string const& error() const { return error_; }

@@ -29,9 +29,12 @@ void RingBuffer::append(std::uint16_t handleId, int level, std::string_view func
     append(handleId, level, function, text);
     return;
   }
-  Header header{handleId, static_cast<std::uint8_t>(level),
+  Header header{handleId,
+                static_cast<std::uint8_t>(level),
                 static_cast<std::uint8_t>(std::min<std::size_t>(function.size(), 255)),
-                static_cast<std::uint32_t>(message.size()), function.data(), format};
+                static_cast<std::uint32_t>(message.size()),
+                function.data(),
+                format};
   std::size_t const size = sizeof(Header) + message.size();
   while (used_ + size > buffer_.size()) {
     dropOldest();

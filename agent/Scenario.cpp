@@ -7,6 +7,7 @@
 #include <optional>
 #include <set>
 #include <string_view>
+#include <unordered_map>
 
 #include "agent/JsonText.h"
 #include "agent/QuotedText.h"
@@ -611,7 +612,8 @@ class Loader {
   std::map<VrfId, std::pair<std::string, std::string>> vrfNames_;
   std::map<Nwk::IntfId, std::string> interfaces_;
   std::map<Nwk::IntfId, std::string> enabledInterfaces_;
-  std::map<Flowspec::FlowspecTidalKey, std::string> rules_;
+  // Where each loaded rule came from, for naming the first of two duplicates.
+  std::unordered_map<Flowspec::FlowspecTidalKey, std::string> rules_;
   std::set<std::string> lineCards_;
   std::map<std::string, std::string> cardOfIntf_;  // interface -> its line card
   // Warnings of the rule being loaded, reported only if it loads.

@@ -1,5 +1,7 @@
 #include "pbr/PolicyMapSm.h"
 
+#include <string_view>
+
 #include "platform/cog/Errors.h"
 #include "platform/trace/Trace.h"
 
@@ -221,11 +223,37 @@ void PolicyMapSm::rebuildPrograms() {
     dirty_.push_back(i);
   }
   for (auto& [intfId, binding] : bindings_) {
-    for (auto& slot : binding) {
+    for (auto const af : kFamilies) {
+      IntfSlot& slot = binding[slotOf(af)];
+      slot.kept = keptInPlace(slot, programs_[slotOf(af)]);
       slot.phase = IntfSlot::Phase::idle;
       slot.program = nullptr;
     }
   }
+}
+
+std::vector<bool> PolicyMapSm::keptInPlace(IntfSlot const& slot,
+                                           std::shared_ptr<Pbr::PolicyProgram const> const& next) {
+  std::vector<bool> kept;
+  if (!next || !next->makeBeforeBreak || slot.phase != IntfSlot::Phase::done || !slot.program) {
+    return kept;
+  }
+  auto const& before = slot.program->classes;
+  std::unordered_map<std::string_view, std::size_t> installed;
+  for (std::size_t i = 0; i < before.size(); ++i) {
+    if (slot.results[i].installed) {
+      installed.emplace(before[i].name, i);
+    }
+  }
+  if (installed.empty()) {
+    return kept;
+  }
+  kept.resize(next->classes.size());
+  for (std::size_t i = 0; i < next->classes.size(); ++i) {
+    auto const found = installed.find(next->classes[i].name);
+    kept[i] = found != installed.end() && before[found->second].samePlacement(next->classes[i]);
+  }
+  return kept;
 }
 
 void PolicyMapSm::programAll() {
@@ -285,6 +313,7 @@ void PolicyMapSm::programDone(Nwk::IntfId const& intfId, Nwk::AddressFamily af,
   }
   tally(slot, af, -1);
   slot.phase = IntfSlot::Phase::done;
+  slot.kept.clear();
   slot.results = results;
   slot.results.resize(slot.program->classes.size(), Pbr::ClassResult{false, "no result"});
   tally(slot, af, +1);
@@ -317,9 +346,11 @@ void PolicyMapSm::tally(IntfSlot const& slot, Nwk::AddressFamily af, int sign) {
   auto const& positions = programClasses_[slotOf(af)];
   for (std::size_t i = 0; i < positions.size(); ++i) {
     ClassRecord& record = classes_[positions[i]];
-    std::uint32_t& counter = slot.phase == IntfSlot::Phase::pending ? record.pending
-                             : slot.results[i].installed            ? record.installed
-                                                                    : record.failed;
+    bool const kept = i < slot.kept.size() && slot.kept[i];
+    std::uint32_t& counter = slot.phase == IntfSlot::Phase::pending
+                                 ? (kept ? record.installed : record.pending)
+                             : slot.results[i].installed ? record.installed
+                                                         : record.failed;
     counter += static_cast<std::uint32_t>(sign);
     if (!record.dirty) {
       record.dirty = true;

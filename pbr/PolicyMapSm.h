@@ -112,6 +112,11 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
     std::uint64_t serial = 0;
     Pbr::ProgramResult results;
     InstalledStatus shown;  // what IntfStatus says
+    // While a make-before-break program is pending: its classes that the dataplane keeps in
+    // place from the version installed before (same placement, installed). They count as
+    // installed meanwhile, so that a new version changes the state of the classes it changes
+    // only, and not of every class twice.
+    std::vector<bool> kept;
   };
   using Binding = std::array<IntfSlot, 2>;  // by family: IPv4, IPv6
 
@@ -119,6 +124,8 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
   // skipped, the dataplane holds it.
   bool wants(Nwk::IntfId const& intfId) const;
   void takeUpVersion();
+  static std::vector<bool> keptInPlace(IntfSlot const& slot,
+                                       std::shared_ptr<Pbr::PolicyProgram const> const& next);
   // Watches the class-maps of the version in use as published now.
   void classMapReactorsUpdate();
   void classMapReactorUpdate(Cog::String const& name);

@@ -100,15 +100,18 @@ TEST_F(PbrSmTest, ClassStatesAggregateTheInterfacesOfTheirFamily) {
   EXPECT_EQ(h.classState("red", "v6only"), kUnknown);
 }
 
+// A class the new version keeps as it was stays installed throughout; only what changes is
+// pending.
 TEST_F(PbrSmTest, AVersionSwitchClassifiesByTheOldVersionUntilTheNewIsIn) {
   h.hw->entryProgramTimeIs(10e-6);
   h.classMapIs("rest", {ipDst("10.0.0.0/8")});
+  h.classMapIs("same", {ipDst("192.0.2.0/24")});
   h.classMapIs("big", hosts(5000, 5));
-  h.policyIs("red", {{"rest"}});
+  h.policyIs("red", {{"rest"}, {"same"}});
   h.bind("Ethernet2", "red");
   h.start();
   h.settle();
-  h.policyIs("red", {{"big"}, {"rest", true}});
+  h.policyIs("red", {{"big"}, {"rest", true}, {"same"}});
   // 5001 entries to write: 50.01 ms, during which the old version answers.
   for (int ms = 1; ms <= 50; ++ms) {
     h.scheduler->runFor(0.001);
@@ -116,6 +119,8 @@ TEST_F(PbrSmTest, AVersionSwitchClassifiesByTheOldVersionUntilTheNewIsIn) {
     ASSERT_EQ(got.className, "rest") << ms;
     ASSERT_FALSE(got.action.deny) << ms;
     ASSERT_EQ(h.classState("red", "big"), kPending);
+    ASSERT_EQ(h.classState("red", "rest"), kPending);
+    ASSERT_EQ(h.classState("red", "same"), kInstalled);
     ASSERT_EQ(h.installed("red", "Ethernet2"), "installed");
   }
   h.scheduler->runFor(0.001);

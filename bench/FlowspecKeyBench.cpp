@@ -12,6 +12,8 @@
 
 #include "models/flowspec/FlowspecKey.h"
 #include "models/flowspec/FlowspecTidalKey.h"
+#include "platform/trace/RingBuffer.h"
+#include "platform/trace/Trace.h"
 #include "tests/models/flowspec/KeyGenerator.h"
 
 namespace {
@@ -185,5 +187,34 @@ void BM_TidalKeyToKey(benchmark::State& state) {
   setRate(state, "keys/s");
 }
 BENCHMARK(BM_TidalKeyToKey);
+
+
+// A trace message with a rule key that only the ring buffer takes (the default for levels 1 to
+// 5): formatted when traced, as the ring used to keep it, against encoded and formatted only when
+// the ring is read.
+Trace::Handle gBenchTrace("FlowspecKeyBench");
+
+void BM_TraceKeyFormattedIntoRing(benchmark::State& state) {
+  auto const& keys = mixedKeys();
+  std::size_t i = 0;
+  for (auto _ : state) {
+    FlowspecKey const& key = keys[i++ % keys.size()];
+    Trace::ringBuffer().append(0, 5, "f", Trace::concat("Processing rule ", key, " prio ", i));
+  }
+  setRate(state, "messages/s");
+}
+BENCHMARK(BM_TraceKeyFormattedIntoRing);
+
+void BM_TraceKeyEncodedIntoRing(benchmark::State& state) {
+  auto const& keys = mixedKeys();
+  gBenchTrace.textLevelIs(0);
+  std::size_t i = 0;
+  for (auto _ : state) {
+    FlowspecKey const& key = keys[i++ % keys.size()];
+    TRACE(gBenchTrace, 5, "Processing rule ", key, " prio ", i);
+  }
+  setRate(state, "messages/s");
+}
+BENCHMARK(BM_TraceKeyEncodedIntoRing);
 
 }  // namespace

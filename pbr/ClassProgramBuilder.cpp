@@ -12,6 +12,16 @@ Cog::Ptr<PolicyMap::ClassMapSubConfig const> publishedVersion(
   return cmap ? Cog::Ptr<PolicyMap::ClassMapSubConfig const>(cmap->currCfg()) : nullptr;
 }
 
+// The filters of a match's rules, in sequence order.
+template <class Entries, class Rules>
+std::shared_ptr<Entries const> entriesFrom(Rules const& rules) {
+  auto entries = std::make_shared<Entries>();
+  for (auto const& [seq, rule] : rules) {
+    entries->push_back(rule.filter());
+  }
+  return entries;
+}
+
 }  // namespace
 
 ClassProgramBuilder::PerFamily ClassProgramBuilder::classPrograms(
@@ -37,22 +47,14 @@ ClassProgramBuilder::PerFamily ClassProgramBuilder::classPrograms(
                              nullptr, nullptr};
   if (ipMatch) {
     if (!built.ipEntries) {
-      auto entries = std::make_shared<IpEntries>();
-      for (auto const& [seq, rule] : ipMatch->ipRule()) {
-        entries->push_back(rule.filter());
-      }
-      built.ipEntries = std::move(entries);
+      built.ipEntries = entriesFrom<IpEntries>(ipMatch->ipRule());
     }
     out[0] = program;
     out[0]->ipEntries = built.ipEntries;
   }
   if (ip6Match) {
     if (!built.ip6Entries) {
-      auto entries = std::make_shared<Ip6Entries>();
-      for (auto const& [seq, rule] : ip6Match->ip6Rule()) {
-        entries->push_back(rule.filter());
-      }
-      built.ip6Entries = std::move(entries);
+      built.ip6Entries = entriesFrom<Ip6Entries>(ip6Match->ip6Rule());
     }
     out[1] = program;
     out[1]->ip6Entries = built.ip6Entries;

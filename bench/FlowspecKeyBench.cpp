@@ -188,7 +188,6 @@ void BM_TidalKeyToKey(benchmark::State& state) {
 }
 BENCHMARK(BM_TidalKeyToKey);
 
-
 // A trace message with a rule key that only the ring buffer takes (the default for levels 1 to
 // 5): formatted when traced, as the ring used to keep it, against encoded and formatted only when
 // the ring is read.

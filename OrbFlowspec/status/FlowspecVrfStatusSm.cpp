@@ -12,12 +12,23 @@ constexpr Kiln::TaskPriority kTaskPriority{2};
 using Flowspec::HwRuleProgrammingStatus;
 }  // namespace
 
-// Watches the state of one class-map; the class-map is named by its rule key's text.
+// Watches the state of one class-map; the class-map is named by its rule key's text, which is
+// parsed back into the key once (a class-map's name never changes; its state changes often).
 class FlowspecVrfStatusSm::ClassMapStatusSm
     : public Cog::BoundReactor<PolicyMap::ClassMapStatus, FlowspecVrfStatusSm> {
  public:
   using BoundReactor::BoundReactor;
-  void handleClassState() override { owner()->handleClassState(notifier()->name()); }
+  void handleClassState() override {
+    if (!parsed_) {
+      key_ = classKey(notifier()->name());
+      parsed_ = true;
+    }
+    owner()->handleClassState(notifier()->name(), key_);
+  }
+
+ private:
+  bool parsed_ = false;
+  std::optional<Flowspec::FlowspecKey> key_;
 };
 
 // Watches the installed states of one interface, per match option.
@@ -302,21 +313,28 @@ void FlowspecVrfStatusSm::handleClassStatus() {
   }
 }
 
-void FlowspecVrfStatusSm::handleClassState(Cog::String const& name) {
+void FlowspecVrfStatusSm::handleClassState(Cog::String const& name,
+                                           std::optional<Flowspec::FlowspecKey> const& key) {
   if (!initialized()) {
     return;
   }
   auto const status = in_.pmapStatus->cmap(name);
   TRACE(gTrace, 8, "className ", name, ", classState ",
         status ? status->classState() : PolicyMap::ClassState::classStateUnknown);
+  if (key) {
+    handleRule(*key);
+  }
+}
+
+std::optional<Flowspec::FlowspecKey> FlowspecVrfStatusSm::classKey(Cog::String const& name) {
   // Class-maps of this policy are named by their rule's key; a name that is not a key has no
   // rule to report on.
   std::string error;
-  if (auto const key = Flowspec::FlowspecKey::parse(name, &error)) {
-    handleRule(*key);
-  } else {
+  auto key = Flowspec::FlowspecKey::parse(name, &error);
+  if (!key) {
     TRACE(gTrace, 2, "Class-map ", name, " names no rule: ", error);
   }
+  return key;
 }
 
 void FlowspecVrfStatusSm::classMapStatusIs(

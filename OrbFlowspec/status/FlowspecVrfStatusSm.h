@@ -2,6 +2,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 
 #include "OrbFlowspec/status/IntfInstalled.h"
 #include "models/flowspec/Config.h"
@@ -80,7 +81,10 @@ class FlowspecVrfStatusSm : public Kiln::KilnBaseOutputSm {
   class ClassMapStatusSm;
   void handleClassStatus(Cog::String const& name);
   void handleClassStatus();
-  void handleClassState(Cog::String const& name);
+  void handleClassState(Cog::String const& name) { handleClassState(name, classKey(name)); }
+  void handleClassState(Cog::String const& name, std::optional<Flowspec::FlowspecKey> const& key);
+  // The rule key a class-map of this policy is named by; none for a name that is not a key.
+  static std::optional<Flowspec::FlowspecKey> classKey(Cog::String const& name);
   void classMapStatusIs(Cog::Ptr<PolicyMap::ClassMapStatus const> const& status);
   void classMapStatusDel(Cog::String const& name);
 

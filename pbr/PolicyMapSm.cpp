@@ -1,5 +1,6 @@
 #include "pbr/PolicyMapSm.h"
 
+#include <optional>
 #include <string_view>
 
 #include "platform/cog/Errors.h"
@@ -137,6 +138,15 @@ void PolicyMapSm::handleClassMap(Cog::String const& name) {
 }
 
 void PolicyMapSm::takeUpVersion() {
+  if (auto const priorities = prioritiesOfSameClasses()) {
+    // Only priorities and actions can differ: the records, their statuses, the index and the
+    // class-map reactors all stay.
+    for (std::size_t i = 0; i < classes_.size(); ++i) {
+      classes_[i].priority = (*priorities)[i];
+    }
+    rebuildPrograms();
+    return;
+  }
   std::vector<ClassRecord> classes;
   std::unordered_map<Cog::String, std::uint32_t> index;
   if (currCfg_) {
@@ -162,6 +172,21 @@ void PolicyMapSm::takeUpVersion() {
   builder_.prune([this](Cog::String const& name) { return classIndex_.contains(name); });
   classMapReactorsUpdate();
   rebuildPrograms();
+}
+
+std::optional<std::vector<ClassPriority>> PolicyMapSm::prioritiesOfSameClasses() const {
+  if (!currCfg_ || classes_.empty() || currCfg_->classPrio().size() != classes_.size()) {
+    return std::nullopt;
+  }
+  std::vector<ClassPriority> priorities;
+  priorities.reserve(classes_.size());
+  for (auto const& [priority, name] : currCfg_->classPrio()) {
+    if (classes_[priorities.size()].name != name) {
+      return std::nullopt;
+    }
+    priorities.push_back(priority);
+  }
+  return priorities;
 }
 
 void PolicyMapSm::classMapReactorsUpdate() {
@@ -239,19 +264,24 @@ std::vector<bool> PolicyMapSm::keptInPlace(IntfSlot const& slot,
     return kept;
   }
   auto const& before = slot.program->classes;
-  std::unordered_map<std::string_view, std::size_t> installed;
-  for (std::size_t i = 0; i < before.size(); ++i) {
-    if (slot.results[i].installed) {
-      installed.emplace(before[i].name, i);
+  auto const& after = next->classes;
+  kept.resize(after.size());
+  // Versions mostly list their classes at the same places: those are compared in place, the
+  // others found by name.
+  std::unordered_map<std::string_view, std::size_t> moved;
+  for (std::size_t i = 0; i < after.size(); ++i) {
+    if (i < before.size() && before[i].name == after[i].name) {
+      kept[i] = slot.results[i].installed && before[i].samePlacement(after[i]);
+      continue;
     }
-  }
-  if (installed.empty()) {
-    return kept;
-  }
-  kept.resize(next->classes.size());
-  for (std::size_t i = 0; i < next->classes.size(); ++i) {
-    auto const found = installed.find(next->classes[i].name);
-    kept[i] = found != installed.end() && before[found->second].samePlacement(next->classes[i]);
+    if (moved.empty()) {
+      for (std::size_t j = 0; j < before.size(); ++j) {
+        moved.emplace(before[j].name, j);
+      }
+    }
+    auto const found = moved.find(after[i].name);
+    kept[i] = found != moved.end() && slot.results[found->second].installed &&
+              before[found->second].samePlacement(after[i]);
   }
   return kept;
 }

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -124,6 +125,9 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
   // skipped, the dataplane holds it.
   bool wants(Nwk::IntfId const& intfId) const;
   void takeUpVersion();
+  // The priorities of the version in use when it lists the very classes of the one taken up
+  // before, in order; none otherwise.
+  std::optional<std::vector<ClassPriority>> prioritiesOfSameClasses() const;
   static std::vector<bool> keptInPlace(IntfSlot const& slot,
                                        std::shared_ptr<Pbr::PolicyProgram const> const& next);
   // Watches the class-maps of the version in use as published now.

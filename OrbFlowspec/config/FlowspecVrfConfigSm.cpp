@@ -227,10 +227,13 @@ void FlowspecVrfConfigSm::handlePolicy() {
   in_.policyMapConfig->subconfigDel(curPmapVersion());
   curPmapVersionIs(version);
   TRACE(gTrace, 6, "Cur pmap subconfig version ", version);
-  for (auto const& [key, container] : classActionContainer()) {
-    if (!in_.vrfRuleConfig->rule(key)) {
-      TRACE(gTrace, 6, "Cleanup stale action container for ", key);
-      classActionContainerDel(key);
+  // Every rule has its container now: there are stale ones only when there are more.
+  if (classActionContainer().size() > in_.vrfRuleConfig->rule().size()) {
+    for (auto const& [key, container] : classActionContainer()) {
+      if (!in_.vrfRuleConfig->rule(key)) {
+        TRACE(gTrace, 6, "Cleanup stale action container for ", key);
+        classActionContainerDel(key);
+      }
     }
   }
   policyTimerTask_->stopTimerTask();

@@ -49,23 +49,32 @@ std::string ipv6Prefix(Draw& draw, std::uint32_t minLength, std::uint32_t maxLen
   return text;
 }
 
-// A port match as rule sets write them: one port, a well-known port, a range, or above 1023.
+// A port match as rule sets write them: one port, a well-known port, or one of the few ranges
+// rule sets share (ephemeral ports, service blocks), which is what lets a line card's handful of
+// range checkers hold them.
 std::string portMatch(Draw& draw, char const* name) {
   static constexpr std::array<std::uint32_t, 10> kWellKnown = {22,  25,  53,   80,   123,
                                                                443, 445, 3389, 8080, 11211};
+  static constexpr std::array<char const*, 8> kRanges = {
+      ">=1024",        ">=49152",         ">=1&<=1023",  ">=6000&<=6063",
+      ">=8000&<=8080", ">=33434&<=33534", ">=137&<=139", ">=27000&<=27015"};
   std::string out = std::string(" ") + name + " ";
   switch (draw.below(4)) {
     case 0:
       return out + "=" + n(draw.pick(kWellKnown));
     case 1:
       return out + "=" + n(draw.between(1, 65535));
-    case 2: {
-      std::uint32_t const low = draw.between(1024, 60000);
-      return out + ">=" + n(low) + "&<=" + n(low + draw.between(1, 5000));
-    }
     default:
-      return out + ">=1024";
+      return out + draw.pick(kRanges);
   }
+}
+
+// A packet-length match: the buckets mitigation rules use.
+std::string lengthMatch(Draw& draw) {
+  static constexpr std::array<char const*, 8> kLengths = {">=1200&<=1500", ">=512",  "<=64",
+                                                          ">=64&<=128",    ">=1400", ">=100&<=200",
+                                                          ">=256&<=511",   ">=1000"};
+  return std::string(" len ") + draw.pick(kLengths);
 }
 
 struct Item {
@@ -106,8 +115,7 @@ Item ddos(Draw& draw) {
     item.match += kind == 2 ? " proto =17" : " proto =1";
   }
   if (draw.percent(50)) {
-    std::uint32_t const low = draw.between(64, 1400);
-    item.match += " len >=" + n(low) + "&<=" + n(low + draw.between(1, 100));
+    item.match += lengthMatch(draw);
   }
   if (draw.percent(10)) {
     item.match += " frag isf";
@@ -137,7 +145,7 @@ Item mixed(Draw& draw) {
       item.match += " dscp =" + n(draw.below(64));
       break;
     default:
-      item.match += " len >=" + n(draw.between(500, 1500));
+      item.match += lengthMatch(draw);
       break;
   }
   switch (draw.below(5)) {

@@ -150,7 +150,7 @@ bool HardwareModel::programming(Nwk::IntfId const& intf, Nwk::AddressFamily af) 
 
 std::size_t HardwareModel::forwardingEntries(Nwk::IntfId const& intf, Nwk::AddressFamily af) const {
   auto const found = slots_.find(Slot{intf, af});
-  return found != slots_.end() && found->second.forwarding ? found->second.forwarding->index.size()
+  return found != slots_.end() && found->second.forwarding ? found->second.forwarding->entryCount
                                                            : 0;
 }
 
@@ -160,11 +160,12 @@ Classification HardwareModel::classify(Nwk::IntfId const& intf, Packet const& pa
     return {};
   }
   Version const& version = *found->second.forwarding;
-  std::uint32_t const pos = version.index.firstMatch(PacketKey(packet));
+  EntryIndex const& index = version.index();
+  std::uint32_t const pos = index.firstMatch(PacketKey(packet));
   if (pos == EntryIndex::kNoMatch) {
     return {};
   }
-  HwClass& hwClass = *version.classes[version.index.entry(pos).classPos];
+  HwClass& hwClass = *version.classes[index.entry(pos).classPos];
   hwClass.packetCountInc();
   return {true, hwClass.program().name, hwClass.program().action};
 }
@@ -350,6 +351,21 @@ void HardwareModel::startHead(Card& card) {
   card.timer->scheduleTaskDelay(static_cast<double>(job.newEntries) * entryProgramTime_);
 }
 
+EntryIndex const& HardwareModel::Version::index() const {
+  if (!index_) {
+    std::vector<HwEntry> entries;
+    entries.reserve(entryCount);
+    for (std::uint32_t pos = 0; pos < classes.size(); ++pos) {
+      for (auto const& entry : classes[pos]->entries()) {
+        entries.push_back(entry);
+        entries.back().classPos = pos;
+      }
+    }
+    index_.emplace(std::move(entries));
+  }
+  return *index_;
+}
+
 void HardwareModel::jobDone(Card& card) {
   if (card.jobs.empty()) {
     return;
@@ -359,19 +375,13 @@ void HardwareModel::jobDone(Card& card) {
   startHead(card);
   SlotState& state = slots_[job->slot];
   auto version = std::make_shared<Version>();
-  std::vector<HwEntry> entries;
+  version->classes.reserve(job->classes.size());
   for (auto const& hwClass : job->classes) {
-    if (!hwClass) {
-      continue;
-    }
-    auto const pos = static_cast<std::uint32_t>(version->classes.size());
-    version->classes.push_back(hwClass);
-    for (auto const& entry : hwClass->entries()) {
-      entries.push_back(entry);
-      entries.back().classPos = pos;
+    if (hwClass) {
+      version->classes.push_back(hwClass);
+      version->entryCount += hwClass->entries().size();
     }
   }
-  version->index = EntryIndex(std::move(entries));
   state.forwarding = std::move(version);
   state.pending = nullptr;
   TRACE(gTrace, 5, job->slot.intf, " ", Nwk::toStrep(job->slot.af), " ", job->program->policyName,

@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 
 #include "models/aclstatus/StatusDp.h"
 #include "pbr/Dataplane.h"
@@ -85,9 +86,15 @@ class HardwareModel : public Dataplane {
 
  private:
   // What forwards on a slot: its classes in priority order and their entries.
+  // What a slot forwards with. The lookup index over its entries is built when a packet first
+  // needs it: most versions are replaced before any packet is classified by them.
   struct Version {
     std::vector<std::shared_ptr<HwClass>> classes;
-    EntryIndex index;
+    std::size_t entryCount = 0;
+    EntryIndex const& index() const;
+
+   private:
+    mutable std::optional<EntryIndex> index_;
   };
   struct Card;
   // A program request waiting for or under programming on its card.

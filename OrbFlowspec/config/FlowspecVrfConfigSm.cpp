@@ -154,18 +154,13 @@ void FlowspecVrfConfigSm::handleRuleTask() {
   if (!initialized()) {
     return;
   }
-  std::uint32_t numProcessed = 0;
-  while (!ruleBacklog().empty()) {
+  auto const processNext = [this] {
     Flowspec::FlowspecKey const key = *ruleBacklog().begin();
     processRuleMatchSet(key);
-    ++numProcessed;
     ruleBacklogDel(key);
-    if (ruleTask_->taskShouldYield()) {
-      break;
-    }
-  }
-  ruleTask_->taskWorkCountInc(numProcessed);
-  ruleTask_->taskWorkPendingIs(ruleBacklog().size());
+  };
+  auto const numProcessed =
+      ruleTask_->drainBacklog([this] { return ruleBacklog().size(); }, processNext);
   TRACE(gTrace, 5, "numProcessed: ", numProcessed, " backlog remaining: ", ruleBacklog().size());
   if (!ruleBacklog().empty()) {
     ruleTask_->scheduleTask();

@@ -92,10 +92,10 @@ class FlowspecVrfConfigSm : public Kiln::KilnBaseOutputSm {
   void doCleanupRule(Flowspec::FlowspecKey const& key);
   void doCleanupCmapConfig(Cog::String const& className, Cog::String const& reason);
 
-  // Class actions; `ruleConfig` is the key's rule when the caller has it at hand.
+  // Class actions of the key's rule, `ruleConfig`.
   void updateClassAction(Flowspec::FlowspecKey const& key,
                          Cog::Ptr<PolicyMap::ClassAction> const& classAction,
-                         Cog::Ptr<Flowspec::RuleConfig const> ruleConfig = nullptr);
+                         Cog::Ptr<Flowspec::RuleConfig const> const& ruleConfig);
 
   // Redirect VRF ids.
   void handleRedirectVrfId();

@@ -38,13 +38,10 @@ Kiln::UniqueId actionId(Cog::Ptr<A> const& stored, Same const& same) {
 
 }  // namespace
 
-void FlowspecVrfConfigSm::updateClassAction(Flowspec::FlowspecKey const& key,
-                                            Cog::Ptr<PolicyMap::ClassAction> const& classAction,
-                                            Cog::Ptr<Flowspec::RuleConfig const> ruleConfig) {
+void FlowspecVrfConfigSm::updateClassAction(
+    Flowspec::FlowspecKey const& key, Cog::Ptr<PolicyMap::ClassAction> const& classAction,
+    Cog::Ptr<Flowspec::RuleConfig const> const& ruleConfig) {
   Cog::String const& className = classAction->className();
-  if (!ruleConfig) {
-    ruleConfig = in_.vrfRuleConfig->rule(key);
-  }
   COG_ASSERT(!ruleConfig->actionFieldSet().invalid());
   COG_ASSERT(classAction->policyActions() == 0);
   TRACE(gTrace, 5, "className ", className);

@@ -192,18 +192,13 @@ void FlowspecVrfStatusSm::handleRuleTask() {
   if (!initialized()) {
     return;
   }
-  std::uint64_t numProcessed = 0;
-  while (!ruleBacklog().empty()) {
+  auto const processNext = [this] {
     Flowspec::FlowspecKey const key = *ruleBacklog().begin();
     processRule(key);
-    ++numProcessed;
     ruleBacklogDel(key);
-    if (ruleTask_->taskShouldYield()) {
-      break;
-    }
-  }
-  ruleTask_->taskWorkCountInc(numProcessed);
-  ruleTask_->taskWorkPendingIs(ruleBacklog().size());
+  };
+  auto const numProcessed =
+      ruleTask_->drainBacklog([this] { return ruleBacklog().size(); }, processNext);
   TRACE(gTrace, 4, "numProcessed: ", numProcessed, " backlog remaining: ", ruleBacklog().size());
   if (!ruleBacklog().empty()) {
     ruleTask_->scheduleTask();

@@ -85,9 +85,9 @@ class HardwareModel : public Dataplane {
   void countersRead(std::vector<Slot> const& slots, CountersDone done) override;
 
  private:
-  // What forwards on a slot: its classes in priority order and their entries.
-  // What a slot forwards with. The lookup index over its entries is built when a packet first
-  // needs it: most versions are replaced before any packet is classified by them.
+  // What forwards on a slot: its classes in priority order and their entries. The lookup index
+  // over the entries is built when a packet first needs it: most versions are replaced before
+  // any packet is classified by them.
   struct Version {
     std::vector<std::shared_ptr<HwClass>> classes;
     std::size_t entryCount = 0;

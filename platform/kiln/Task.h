@@ -37,6 +37,23 @@ class Task {
   void taskWorkCountInc(std::uint64_t count) { workCount_ += count; }
   void taskWorkPendingIs(std::uint64_t pending) { workPending_ = pending; }
   std::uint64_t taskWorkCount() const { return workCount_; }
+  // Drains a backlog cooperatively: runs `processNext` while `pending()` is above zero and the
+  // quantum lasts, then reports the work done and still pending. Returns how many it processed;
+  // queuing the next run is the caller's, as what follows a drained backlog differs.
+  template <class Pending, class ProcessNext>
+  std::uint64_t drainBacklog(Pending const& pending, ProcessNext const& processNext) {
+    std::uint64_t processed = 0;
+    while (pending() > 0) {
+      processNext();
+      ++processed;
+      if (taskShouldYield()) {
+        break;
+      }
+    }
+    taskWorkCountInc(processed);
+    taskWorkPendingIs(pending());
+    return processed;
+  }
   std::uint64_t taskWorkPending() const { return workPending_; }
 
   Cog::String const& name() const { return name_; }

@@ -64,7 +64,9 @@ void BM_PolicyVersionSwitch(benchmark::State& state) {
     PolicyMap::ClassPriority prio = 1;
     for (auto const& name : classNames) {
       sub->classPrioIs(prio++, name);
-      sub->classActionIs(name)->policyActionIs(permit);
+      auto const classAction = Cog::make<PolicyMap::ClassAction>(name);
+      classAction->policyActionIs(permit);
+      sub->classActionIs(name, classAction);
     }
     auto const old = pmap->currCfg();
     pmap->currCfgIs(sub);

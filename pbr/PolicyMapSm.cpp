@@ -2,6 +2,8 @@
 
 #include <optional>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "platform/cog/Errors.h"
 #include "platform/trace/Trace.h"
@@ -120,9 +122,9 @@ void PolicyMapSm::handlePolicyVersion() {
   if (!initialized_ || config_->currCfg() == currCfg_) {
     return;
   }
-  currCfg_ = config_->currCfg();
+  auto const previous = std::exchange(currCfg_, config_->currCfg());
   TRACE(gTrace, 4, key_.strDesc(), " version ", currCfg_ ? currCfg_->version().toStrep() : "none");
-  takeUpVersion();
+  takeUpVersion(previous);
   programAll();
   flush();
 }
@@ -132,17 +134,29 @@ void PolicyMapSm::handleClassMap(Cog::String const& name) {
     return;
   }
   TRACE(gTrace, 4, key_.strDesc(), " class-map ", name, " changed");
+  classes_[classIndex_.at(name)].built = false;
   rebuildPrograms();
   programAll();
   flush();
 }
 
-void PolicyMapSm::takeUpVersion() {
-  if (auto const priorities = prioritiesOfSameClasses()) {
+void PolicyMapSm::takeUpVersion(Cog::Ptr<PolicyMapSubConfig const> const& previous) {
+  bool const samePriorities =
+      previous && currCfg_ && currCfg_->classPrio().sharesAllWith(previous->classPrio());
+  auto const priorities = samePriorities ? std::nullopt : prioritiesOfSameClasses();
+  if (samePriorities || priorities) {
     // Only priorities and actions can differ: the records, their statuses, the index and the
-    // class-map reactors all stay.
-    for (std::size_t i = 0; i < classes_.size(); ++i) {
+    // class-map reactors all stay, and classes whose action stayed keep their programs.
+    for (std::size_t i = 0; priorities && i < classes_.size(); ++i) {
       classes_[i].priority = (*priorities)[i];
+    }
+    auto const changed = previous
+                             ? currCfg_->classAction().keysDifferingFrom(previous->classAction())
+                             : std::vector<Cog::String>();
+    for (auto const& name : changed) {
+      if (auto const found = classIndex_.find(name); found != classIndex_.end()) {
+        classes_[found->second].built = false;
+      }
     }
     rebuildPrograms();
     return;
@@ -224,18 +238,30 @@ void PolicyMapSm::rebuildPrograms() {
     program->atomic = globalData_->flags().atomicInstall;
     programClasses_[slotOf(af)].clear();
   }
+  auto const before = programs_;
   for (std::uint32_t i = 0; i < classes_.size(); ++i) {
     ClassRecord& record = classes_[i];
-    auto const classAction = currCfg_->classAction(record.name);
+    // A class built before whose action and class-map stayed has the same programs, at its
+    // new priority.
+    bool const same = record.built;
     auto perFamily =
-        builder_.classPrograms(record.name, record.priority, classAction.get(), *cmapTypeConfig_);
+        same ? Pbr::ClassProgramBuilder::PerFamily()
+             : builder_.classPrograms(record.name, record.priority,
+                                      currCfg_->classAction(record.name).get(), *cmapTypeConfig_);
     for (std::size_t slot = 0; slot < 2; ++slot) {
+      if (same && record.programIndex[slot] != kNoProgram) {
+        perFamily[slot] = before[slot]->classes[record.programIndex[slot]];
+        perFamily[slot]->priority = record.priority;
+      }
+      record.programIndex[slot] = kNoProgram;
       if (perFamily[slot]) {
         record.cmapVersion = perFamily[slot]->cmapVersion;
+        record.programIndex[slot] = static_cast<std::uint32_t>(programs[slot]->classes.size());
         programs[slot]->classes.push_back(std::move(*perFamily[slot]));
         programClasses_[slot].push_back(i);
       }
     }
+    record.built = true;
   }
   for (std::size_t slot = 0; slot < 2; ++slot) {
     programs_[slot] = programs[slot]->classes.empty() ? nullptr : std::move(programs[slot]);
@@ -509,16 +535,21 @@ void PolicyMapSm::hasNotificationActiveIs(bool active) {
   if (!active || !initialized_) {
     return;
   }
+  // Class-maps may have changed unseen: their classes are built again.
+  classMapReactorsUpdate();
+  bool stale = false;
+  for (auto& record : classes_) {
+    if (!builder_.current(record.name, *cmapTypeConfig_)) {
+      record.built = false;
+      stale = true;
+    }
+  }
   if (config_->currCfg() != currCfg_) {
     handlePolicyVersion();
-    return;
-  }
-  classMapReactorsUpdate();
-  for (auto const& record : classes_) {
-    if (!builder_.current(record.name, *cmapTypeConfig_)) {
-      handleClassMap(record.name);
-      return;
-    }
+  } else if (stale) {
+    rebuildPrograms();
+    programAll();
+    flush();
   }
 }
 

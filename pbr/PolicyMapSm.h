@@ -93,12 +93,17 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
   struct Reactors;
   class ClassMapReactor;
 
+  static constexpr std::uint32_t kNoProgram = ~std::uint32_t{0};
   // One class of the version in use, with how its programming stands over the bound
   // interfaces of its family.
   struct ClassRecord {
     Cog::String name;
     ClassPriority priority = 0;
     Kiln::UniqueId cmapVersion;
+    // Whether its programs are built from its action and class-map as they stand; where they
+    // are in programs_.
+    bool built = false;
+    std::array<std::uint32_t, 2> programIndex{kNoProgram, kNoProgram};
     Cog::Ptr<ClassMapStatus> status;
     std::uint32_t pending = 0;
     std::uint32_t installed = 0;
@@ -124,7 +129,8 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
   // Whether the interface is to be bound: it names the policy and, when unknown interfaces are
   // skipped, the dataplane holds it.
   bool wants(Nwk::IntfId const& intfId) const;
-  void takeUpVersion();
+  // Takes up the version in use after `previous`.
+  void takeUpVersion(Cog::Ptr<PolicyMapSubConfig const> const& previous);
   // The priorities of the version in use when it lists the very classes of the one taken up
   // before, in order; none otherwise.
   std::optional<std::vector<ClassPriority>> prioritiesOfSameClasses() const;

@@ -12,8 +12,7 @@ constexpr Kiln::TaskPriority kTaskPriority{2};
 
 // Watches one rule: a changed match or action set queues the rule, a changed redirect target
 // re-indexes it. A change of the rate, the traffic action, the DSCP marking or the redirect
-// needs no class-map work, only a rebuild of the policy-map, which reads the actions anew: it
-// arms the rebuild timers as a drained backlog does.
+// needs no class-map work, only a new policy-map version with the rule's actions read anew.
 class FlowspecVrfConfigSm::RuleConfigSm
     : public Cog::BoundReactor<Flowspec::RuleConfig, FlowspecVrfConfigSm> {
  public:
@@ -25,11 +24,11 @@ class FlowspecVrfConfigSm::RuleConfigSm
   void handleActionFieldSet() override { owner()->handleRuleConfig(ruleKey()); }
   void handleTrafficRedirect() override {
     owner()->handleRedirectVrfId(ruleKey());
-    owner()->schedulePolicy();
+    owner()->handleRuleAction(ruleKey());
   }
-  void handleTrafficRateLimit() override { owner()->schedulePolicy(); }
-  void handleTrafficAction() override { owner()->schedulePolicy(); }
-  void handleTrafficMarkingDscp() override { owner()->schedulePolicy(); }
+  void handleTrafficRateLimit() override { owner()->handleRuleAction(ruleKey()); }
+  void handleTrafficAction() override { owner()->handleRuleAction(ruleKey()); }
+  void handleTrafficMarkingDscp() override { owner()->handleRuleAction(ruleKey()); }
 };
 
 struct FlowspecVrfConfigSm::Reactors {
@@ -101,10 +100,16 @@ FlowspecVrfConfigSm::~FlowspecVrfConfigSm() {
 }
 
 void FlowspecVrfConfigSm::ruleConfigIs(Cog::Ptr<Flowspec::RuleConfig const> const& rule) {
+  if (!ruleConfig_.find(rule->key())) {
+    classListChangedIs(true);
+  }
   ruleConfig_.is(rule->key(), rule, this);
 }
 
-void FlowspecVrfConfigSm::ruleConfigDel(Flowspec::FlowspecKey const& key) { ruleConfig_.del(key); }
+void FlowspecVrfConfigSm::ruleConfigDel(Flowspec::FlowspecKey const& key) {
+  classListChangedIs(true);
+  ruleConfig_.del(key);
+}
 
 void FlowspecVrfConfigSm::handleInitialized() {
   TRACE(gTrace, 3, "policyName ", vrfName_);
@@ -141,7 +146,16 @@ void FlowspecVrfConfigSm::handleRuleConfig(Flowspec::FlowspecKey const& key) {
   }
   TRACE(gTrace, 5, "vrfName ", vrfName_, " className ", key);
   ruleBacklogIs(key);
+  actionBacklogIs(key);
   ruleTask_->scheduleTask();
+}
+
+void FlowspecVrfConfigSm::handleRuleAction(Flowspec::FlowspecKey const& key) {
+  if (!initialized()) {
+    return;
+  }
+  actionBacklogIs(key);
+  schedulePolicy();
 }
 
 void FlowspecVrfConfigSm::doCleanupRule(Flowspec::FlowspecKey const& key) {
@@ -206,17 +220,34 @@ void FlowspecVrfConfigSm::handlePolicy() {
   Cog::Seconds const start = Cog::System::currentTime();
   TRACE(gTrace, 6, "handlePolicy");
   Kiln::UniqueId const version = Kiln::UniqueId::next();
+  auto const previous = in_.policyMapConfig->currCfg();
   auto const subconfig = in_.policyMapConfig->subconfigIs(vrfName_, version);
-  afPrioValIs(Nwk::AddressFamily::ipv4, v4ClassPrioOffset);
-  afPrioValIs(Nwk::AddressFamily::ipv6, v6ClassPrioOffset);
-  for (auto const& [key, rule] : in_.vrfRuleConfig->rule()) {
-    Cog::String const className = key.stringValue();
-    std::uint32_t const prio = afPrioVal(key.af());
-    subconfig->classPrioIs(prio, className);
-    afPrioValIs(key.af(), prio + 1);
-    updateClassAction(key, subconfig->classActionIs(className), rule);
+  if (previous) {
+    subconfig->classActionShareFrom(*previous);
+  }
+  if (previous && !classListChanged()) {
+    subconfig->classPrioShareFrom(*previous);
+  } else {
+    assignClassPriorities(*subconfig);
   }
   TRACE(gTrace, 6, "Assigned ", subconfig->classPrio().size(), " class priorities");
+  for (auto const& key : actionBacklog()) {
+    Cog::String const className = key.stringValue();
+    auto const rule = in_.vrfRuleConfig->rule(key);
+    if (!rule) {
+      subconfig->classActionDel(className);
+      continue;
+    }
+    auto const classAction = Cog::make<PolicyMap::ClassAction>(className);
+    updateClassAction(key, classAction, rule);
+    // Unchanged actions keep their ClassAction, so that the machinery sees the class unchanged.
+    auto const current = subconfig->classAction(className);
+    if (!current || !current->sameActions(*classAction)) {
+      subconfig->classActionIs(className, classAction);
+    }
+  }
+  actionBacklogDelAll();
+  classListChangedIs(false);
   in_.policyMapConfig->currCfgIs(subconfig);
   TRACE(gTrace, 6, "Cleanup old subconfig for ", curPmapVersion());
   in_.policyMapConfig->subconfigDel(curPmapVersion());
@@ -234,6 +265,22 @@ void FlowspecVrfConfigSm::handlePolicy() {
   policyTimerTask_->stopTimerTask();
   starvationTimerTask_->stopTimerTask();
   TRACE(gTrace, 6, "handlePolicy took ", Cog::System::currentTime() - start, " s");
+}
+
+// Priorities of the classes in rule precedence order, per family. A rule whose class has no
+// action yet gets it built too.
+void FlowspecVrfConfigSm::assignClassPriorities(PolicyMap::PolicyMapSubConfig& subconfig) {
+  afPrioValIs(Nwk::AddressFamily::ipv4, v4ClassPrioOffset);
+  afPrioValIs(Nwk::AddressFamily::ipv6, v6ClassPrioOffset);
+  for (auto const& [key, rule] : in_.vrfRuleConfig->rule()) {
+    Cog::String const className = key.stringValue();
+    std::uint32_t const prio = afPrioVal(key.af());
+    afPrioValIs(key.af(), prio + 1);
+    if (!subconfig.classAction(className)) {
+      actionBacklogIs(key);
+    }
+    subconfig.classPrioIs(prio, className);
+  }
 }
 
 void FlowspecVrfConfigSm::doCleanup() {

@@ -25,10 +25,12 @@ namespace OrbFlowspec {
 //
 // Every rule is watched by a nested RuleConfigSm. A changed rule's key goes into the backlog,
 // which a cooperative rule task drains, building one class-map per rule. After the backlog
-// drains, the policy timer (0.05 s, restarted by every drain) rebuilds the VRF's policy-map as a
+// drains, the policy timer (0.05 s, restarted by every drain) builds the VRF's policy-map as a
 // new version with one class per rule, in rule precedence order, with its priority (IPv4 from
 // 1, IPv6 from 0x80000000) and its actions; the starvation timer (60 s, the earliest arming
-// kept) bounds the delay under a steady stream of changes. Rules that redirect into a VRF are
+// kept) bounds the delay under a steady stream of changes. A new version starts as the one in
+// use and changes what changed since: the class actions of the rules in the action backlog,
+// and the class priorities when rules came or went. Rules that redirect into a VRF are
 // indexed by that VRF's id so a change of the VRF's entry re-evaluates exactly them.
 //
 // Handlers do nothing before handleInitialized, which the constructor runs last.
@@ -56,6 +58,8 @@ class FlowspecVrfConfigSm : public Kiln::KilnBaseOutputSm {
   bool constructedWith(Inputs const& inputs) const { return inputs == in_; }
 
   COG_RECORD(FlowspecVrfConfigSm, (hashSet, Flowspec::FlowspecKey, ruleBacklog, RuleBacklog),
+             (hashSet, Flowspec::FlowspecKey, actionBacklog, ActionBacklog),
+             (value, bool, classListChanged, ClassListChanged),
              (hashChildren, Flowspec::FlowspecKey, ActionContainer, classActionContainer,
               ClassActionContainer),
              (hashMap, Flowspec::FlowspecKey, VrfId, cachedRedirectVrfId, CachedRedirectVrfId),
@@ -81,6 +85,8 @@ class FlowspecVrfConfigSm : public Kiln::KilnBaseOutputSm {
   void handleRuleConfig();
   void handleRuleConfig(Flowspec::FlowspecKey const& key);
   void handleRuleTask();
+  // A change of the key's actions alone: its class action is built anew in the next version.
+  void handleRuleAction(Flowspec::FlowspecKey const& key);
   // Arms the policy timer (debounce) and the starvation timer (earliest kept): a rebuild soon.
   void schedulePolicy();
   void handlePolicy();
@@ -116,6 +122,7 @@ class FlowspecVrfConfigSm : public Kiln::KilnBaseOutputSm {
  private:
   struct Reactors;
 
+  void assignClassPriorities(PolicyMap::PolicyMapSubConfig& subconfig);
   void addRedirectAction(Flowspec::RuleConfig const& rule, Cog::String const& className,
                          ActionContainer& container, PolicyMap::ClassAction& classAction);
 

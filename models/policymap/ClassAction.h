@@ -21,6 +21,18 @@ class ClassAction : public Cog::Entity {
     policyActionIs(action->actionType(), action);
   }
   std::size_t policyActions() const { return policyAction().size(); }
+  // Whether `other` holds the very same action objects.
+  bool sameActions(ClassAction const& other) const {
+    if (policyActions() != other.policyActions()) {
+      return false;
+    }
+    for (auto const& [type, action] : policyAction()) {
+      if (other.policyAction(type) != action) {
+        return false;
+      }
+    }
+    return true;
+  }
 
  private:
   Cog::String className_;

@@ -8,13 +8,17 @@ namespace PolicyMap {
 
 // One version of a policy-map's content: the classes in match order and their actions. A
 // builder fills a new version completely before PolicyMapConfig::currCfgIs selects it, so the
-// programming machinery never sees a half-built policy.
+// programming machinery never sees a half-built policy. A version may start as the previous
+// one (classPrioShareFrom, classActionShareFrom) and change only what differs: the tables are
+// shared until changed. Class actions are shared too, so a published one is never edited: a
+// class whose actions change gets a new ClassAction.
 class PolicyMapSubConfig : public Cog::Entity {
  public:
   PolicyMapSubConfig(Kiln::UniqueId version, Cog::String name)
       : version_(version), name_(std::move(name)) {}
-  COG_RECORD(PolicyMapSubConfig, (orderedMap, ClassPriority, Cog::String, classPrio, ClassPrio),
-             (hashChildren, Cog::String, ClassAction, classAction, ClassAction));
+  COG_RECORD(PolicyMapSubConfig,
+             (sharedOrderedMap, ClassPriority, Cog::String, classPrio, ClassPrio),
+             (sharedHashMap, Cog::String, Cog::Ptr<ClassAction const>, classAction, ClassAction));
 
   Kiln::UniqueId const& version() const { return version_; }
   Cog::String const& name() const { return name_; }

@@ -1,6 +1,7 @@
 #include "pbr/hwmodel/HardwareModel.h"
 
 #include <algorithm>
+#include <string_view>
 #include <unordered_map>
 
 #include "platform/trace/Trace.h"
@@ -234,23 +235,39 @@ std::shared_ptr<HardwareModel::Job> HardwareModel::plan(
 
   // Classes kept in place, and what the card would hold once the old version's others are
   // gone: the budget that the new classes are placed against.
-  std::unordered_map<Cog::String, std::shared_ptr<HwClass>> oldByName;
-  if (old) {
-    for (auto const& hwClass : old->classes) {
-      oldByName.emplace(hwClass->program().name, hwClass);
+  // Versions mostly list their classes at the same places: those are matched in place, the
+  // others by name.
+  std::size_t const oldCount = old ? old->classes.size() : 0;
+  std::vector<bool> oldKept(oldCount);
+  std::unordered_map<std::string_view, std::size_t> oldByName;
+  for (std::size_t i = 0; i < program->classes.size() && oldCount > 0; ++i) {
+    ClassProgram const& wanted = program->classes[i];
+    std::size_t j = i;
+    if (i >= oldCount || old->classes[i]->program().name != wanted.name) {
+      if (oldByName.empty()) {
+        for (std::size_t k = 0; k < oldCount; ++k) {
+          oldByName.emplace(old->classes[k]->program().name, k);
+        }
+      }
+      auto const found = oldByName.find(wanted.name);
+      if (found == oldByName.end()) {
+        continue;
+      }
+      j = found->second;
     }
-  }
-  for (std::size_t i = 0; i < program->classes.size(); ++i) {
-    auto const found = oldByName.find(program->classes[i].name);
-    if (found != oldByName.end() && found->second->program().samePlacement(program->classes[i])) {
-      job->classes[i] = found->second;
+    if (!oldKept[j] && old->classes[j]->program().samePlacement(wanted)) {
+      job->classes[i] = old->classes[j];
       job->results[i].installed = true;
-      oldByName.erase(found);
+      oldKept[j] = true;
     }
   }
   std::uint64_t room = bank.capacity - bank.used;
   LineCard::CheckerRefs refs = lineCard.checkerRefs();
-  for (auto const& [name, dropped] : oldByName) {
+  for (std::size_t j = 0; j < oldCount; ++j) {
+    if (oldKept[j]) {
+      continue;
+    }
+    auto const& dropped = old->classes[j];
     room += dropped->entries().size();
     for (auto const& key : dropped->ranges()) {
       if (--refs[key] == 0) {

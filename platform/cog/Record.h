@@ -7,6 +7,7 @@
 #include "platform/cog/Errors.h"
 #include "platform/cog/HashMap2018.h"
 #include "platform/cog/RbTreeMap.h"
+#include "platform/cog/SharedMap.h"
 #include "platform/cog/System.h"
 
 // Declaring records.
@@ -32,6 +33,11 @@
 //                                                                    handleX()
 //   (hashMap|orderedMap, K, V, x, X) x() the collection, x(k) the value (V{} if absent),
 //                                    xIs(k, v), xDel(k), xDelAll()   handleX(k)
+//   (sharedHashMap|sharedOrderedMap, K, V, x, X)
+//                                    as the maps, and xShareFrom(other) takes over the content
+//                                    of another record's x in constant time (SharedMap):
+//                                    for versions built from the previous one
+//                                                                    handleX(k)
 //   (hashSet|orderedSet, K, x, X)    x(), x(k) membership, xIs(k), xDel(k), xDelAll()
 //                                                                    handleX(k)
 //   (hashChildren|orderedChildren, K, C, x, X)
@@ -180,6 +186,10 @@ void delAll(Map& map, Notify&& notify) {
   virtual void handle##X(K const&) {}
 #define COG_HANDLER_orderedMap(k, K, V, x, X) \
   virtual void handle##X(K const&) {}
+#define COG_HANDLER_sharedHashMap(k, K, V, x, X) \
+  virtual void handle##X(K const&) {}
+#define COG_HANDLER_sharedOrderedMap(k, K, V, x, X) \
+  virtual void handle##X(K const&) {}
 #define COG_HANDLER_hashSet(k, K, x, X) \
   virtual void handle##X(K const&) {}
 #define COG_HANDLER_orderedSet(k, K, x, X) \
@@ -201,6 +211,8 @@ void delAll(Map& map, Notify&& notify) {
 #define COG_REPLAY_child(k, C, x, X) COG_REPLAY_SINGLE_(X)
 #define COG_REPLAY_hashMap(k, K, V, x, X) COG_REPLAY_KEYED_(x, X)
 #define COG_REPLAY_orderedMap(k, K, V, x, X) COG_REPLAY_KEYED_(x, X)
+#define COG_REPLAY_sharedHashMap(k, K, V, x, X) COG_REPLAY_KEYED_(x, X)
+#define COG_REPLAY_sharedOrderedMap(k, K, V, x, X) COG_REPLAY_KEYED_(x, X)
 #define COG_REPLAY_hashSet(k, K, x, X) COG_REPLAY_KEYED_(x, X)
 #define COG_REPLAY_orderedSet(k, K, x, X) COG_REPLAY_KEYED_(x, X)
 #define COG_REPLAY_hashChildren(k, K, C, x, X) COG_REPLAY_KEYED_(x, X)
@@ -213,6 +225,8 @@ void delAll(Map& map, Notify&& notify) {
 #define COG_MEMBER_child(k, C, x, X) ::Cog::Ptr<C> x##_;
 #define COG_MEMBER_hashMap(k, K, V, x, X) X##Collection x##_;
 #define COG_MEMBER_orderedMap(k, K, V, x, X) X##Collection x##_;
+#define COG_MEMBER_sharedHashMap(k, K, V, x, X) X##Collection x##_;
+#define COG_MEMBER_sharedOrderedMap(k, K, V, x, X) X##Collection x##_;
 #define COG_MEMBER_hashSet(k, K, x, X) X##Collection x##_;
 #define COG_MEMBER_orderedSet(k, K, x, X) X##Collection x##_;
 #define COG_MEMBER_hashChildren(k, K, C, x, X) X##Collection x##_;
@@ -292,6 +306,49 @@ void delAll(Map& map, Notify&& notify) {
 #define COG_ACCESS_orderedMap(k, K, V, x, X)    \
   using X##Collection = ::Cog::RbTreeMap<K, V>; \
   COG_ACCESS_MAP_(K, V, x, X)
+// Taking over another record's content notifies the keys that differ, when anyone watches.
+#define COG_ACCESS_SHARED_MAP_(K, V, x, X)                       \
+  X##Collection const& x() const { return x##_; }                \
+  V x(K const& key) const {                                      \
+    V const* found = x##_.find(key);                             \
+    return found ? *found : V{};                                 \
+  }                                                              \
+  void x##Is(K const& key, V const& v) {                         \
+    if (V const* found = x##_.find(key); found && *found == v) { \
+      return;                                                    \
+    }                                                            \
+    x##_.assign(key, v);                                         \
+    this->notify(&Reactor::handle##X, key);                      \
+  }                                                              \
+  void x##Del(K const& key) {                                    \
+    K const copy = key;                                          \
+    if (x##_.erase(copy)) {                                      \
+      this->notify(&Reactor::handle##X, copy);                   \
+    }                                                            \
+  }                                                              \
+  void x##DelAll() {                                             \
+    for (K const& key : x##_.clear()) {                          \
+      this->notify(&Reactor::handle##X, key);                    \
+    }                                                            \
+  }                                                              \
+  template <class Other>                                         \
+  void x##ShareFrom(Other const& other) {                        \
+    if (this->reactorCount() == 0) {                             \
+      x##_.shareFrom(other.x());                                 \
+      return;                                                    \
+    }                                                            \
+    auto const changed = x##_.keysDifferingFrom(other.x());      \
+    x##_.shareFrom(other.x());                                   \
+    for (K const& key : changed) {                               \
+      this->notify(&Reactor::handle##X, key);                    \
+    }                                                            \
+  }
+#define COG_ACCESS_sharedHashMap(k, K, V, x, X)     \
+  using X##Collection = ::Cog::SharedHashMap<K, V>; \
+  COG_ACCESS_SHARED_MAP_(K, V, x, X)
+#define COG_ACCESS_sharedOrderedMap(k, K, V, x, X)     \
+  using X##Collection = ::Cog::SharedOrderedMap<K, V>; \
+  COG_ACCESS_SHARED_MAP_(K, V, x, X)
 #define COG_ACCESS_SET_(K, x, X)                            \
   X##Collection const& x() const { return x##_; }           \
   bool x(K const& key) const { return x##_.contains(key); } \

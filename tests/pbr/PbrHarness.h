@@ -83,10 +83,12 @@ class PbrHarness {
     PolicyMap::ClassPriority priority = 1;
     for (auto const& c : classes) {
       sub->classPrioIs(priority++, c.name);
-      sub->classActionIs(c.name)->policyActionIs(Cog::make<PolicyMap::Action>(
+      auto const classAction = Cog::make<PolicyMap::ClassAction>(c.name);
+      classAction->policyActionIs(Cog::make<PolicyMap::Action>(
           c.deny ? "deny" : "permit",
           c.deny ? PolicyMap::ActionType::actionDeny : PolicyMap::ActionType::actionPermit,
           Kiln::UniqueId(7, 7)));
+      sub->classActionIs(c.name, classAction);
     }
     auto const previous = pmap->currCfg();
     pmap->currCfgIs(sub);

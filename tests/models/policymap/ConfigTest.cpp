@@ -33,9 +33,11 @@ TEST(PolicyMapConfig, SwitchToNewVersionThenDeleteOldKeepsTheNew) {
 
   auto const second = pmap->subconfigIs("red", v2);
   EXPECT_NE(second, first);
-  second->classPrioIs(1, "c1");
+  // Built from the first: changing the copy leaves the version in use as it was.
+  second->classPrioShareFrom(*first);
   second->classPrioIs(2, "c2");
-  second->classActionIs("c2");
+  second->classActionIs("c2", Cog::make<PolicyMap::ClassAction>("c2"));
+  EXPECT_EQ(first->classPrio().size(), 1u);
   pmap->currCfgIs(second);
   pmap->subconfigDel(v1);
 

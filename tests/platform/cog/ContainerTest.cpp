@@ -2,12 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <memory>
 #include <random>
 #include <set>
 #include <vector>
 
 #include "platform/cog/HashMap2018.h"
 #include "platform/cog/RbTreeMap.h"
+#include "platform/cog/SharedMap.h"
 
 namespace {
 
@@ -105,6 +107,65 @@ TEST(CogHashMap2018, MatchesModelUnderRandomChanges) {
 TEST(CogRbTreeMap, MatchesModelUnderRandomChanges) {
   for (unsigned seed = 1; seed <= 5; ++seed) {
     randomizedAgainstModel<Cog::RbTreeMap<int, int>>(seed);
+  }
+}
+
+// Versions built one from the other: each new map starts as the previous one and changes a few
+// entries; every earlier version keeps its content, and the difference between two versions is
+// exactly the keys that differ in their models.
+template <class Map>
+void sharedVersionsAgainstModels(unsigned seed) {
+  std::mt19937 rng(seed);
+  std::vector<std::unique_ptr<Map>> versions;
+  std::vector<std::map<int, int>> models;
+  versions.push_back(std::make_unique<Map>());
+  models.emplace_back();
+  for (int round = 0; round < 60; ++round) {
+    auto next = std::make_unique<Map>();
+    next->shareFrom(*versions.back());
+    std::map<int, int> model = models.back();
+    int const changes = static_cast<int>(rng() % 8);
+    for (int i = 0; i < changes; ++i) {
+      int const key = static_cast<int>(rng() % 300);
+      if (rng() % 3 == 0) {
+        EXPECT_EQ(next->erase(key), model.erase(key) == 1);
+      } else {
+        int const value = static_cast<int>(rng() % 4);
+        EXPECT_EQ(next->assign(key, value), model.insert_or_assign(key, value).second);
+      }
+    }
+    bool const cleared = rng() % 40 == 0;
+    if (cleared) {
+      next->clear();
+      model.clear();
+    }
+    std::set<int> expected;
+    for (auto const* pair : {&model, &models.back()}) {
+      auto const* other = pair == &model ? &models.back() : &model;
+      for (auto const& [key, value] : *pair) {
+        if (!other->count(key) || other->at(key) != value) {
+          expected.insert(key);
+        }
+      }
+    }
+    auto const differing = next->keysDifferingFrom(*versions.back());
+    EXPECT_EQ(std::set<int>(differing.begin(), differing.end()), expected);
+    EXPECT_EQ(differing.size(), expected.size()) << "a key reported twice";
+    if (changes == 0 && !cleared) {
+      EXPECT_TRUE(next->sharesAllWith(*versions.back()));
+    }
+    versions.push_back(std::move(next));
+    models.push_back(std::move(model));
+  }
+  for (std::size_t i = 0; i < versions.size(); ++i) {
+    checkAgainstModel(*versions[i], models[i]);
+  }
+}
+
+TEST(CogSharedMap, VersionsKeepTheirContentAndDifferOnlyWhereChanged) {
+  for (unsigned seed = 1; seed <= 5; ++seed) {
+    sharedVersionsAgainstModels<Cog::SharedHashMap<int, int>>(seed);
+    sharedVersionsAgainstModels<Cog::SharedOrderedMap<int, int>>(seed);
   }
 }
 

@@ -41,7 +41,7 @@ std::shared_ptr<Pbr::PolicyProgram const> programOf(std::uint32_t entries) {
     cls.name = "c" + std::to_string(first);
     cls.action.deny = first % 20 == 0;
     cls.ipEntries = std::move(filters);
-    program->classes.push_back(std::move(cls));
+    program->classes.push_back(std::make_shared<Pbr::ClassProgram const>(std::move(cls)));
   }
   return program;
 }

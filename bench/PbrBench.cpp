@@ -47,7 +47,7 @@ std::shared_ptr<Pbr::PolicyProgram const> programOf(std::vector<Pbr::ClassProgra
   auto program = std::make_shared<Pbr::PolicyProgram>();
   program->policyName = "red";
   program->af = Nwk::AddressFamily::ipv4;
-  program->classes = std::move(classes);
+  program->classes = Pbr::sharedClasses(std::move(classes));
   return program;
 }
 

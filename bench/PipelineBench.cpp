@@ -133,7 +133,7 @@ void profiles(benchmark::internal::Benchmark* b) {
 
 BENCHMARK(BM_LoadScenario)->Apply(profiles)->Iterations(1)->Repetitions(3);
 BENCHMARK(BM_Pipeline)->Apply(profiles)->Iterations(1)->Repetitions(3);
-BENCHMARK(BM_OneRuleChanged)->Apply(profiles)->Iterations(60);
+BENCHMARK(BM_OneRuleChanged)->Apply(profiles)->Iterations(50);
 BENCHMARK(BM_Teardown)->Apply(profiles)->Iterations(1);
 // Linearity: 300k rules of each profile, only when asked for by name.
 BENCHMARK(BM_Pipeline)

@@ -249,15 +249,22 @@ void PolicyMapSm::rebuildPrograms() {
              : builder_.classPrograms(record.name, record.priority,
                                       currCfg_->classAction(record.name).get(), *cmapTypeConfig_);
     for (std::size_t slot = 0; slot < 2; ++slot) {
-      if (same && record.programIndex[slot] != kNoProgram) {
-        perFamily[slot] = before[slot]->classes[record.programIndex[slot]];
-        perFamily[slot]->priority = record.priority;
+      std::shared_ptr<Pbr::ClassProgram const> program;
+      if (perFamily[slot]) {
+        program = std::make_shared<Pbr::ClassProgram const>(std::move(*perFamily[slot]));
+      } else if (same && record.programIndex[slot] != kNoProgram) {
+        program = before[slot]->classes[record.programIndex[slot]];
+        if (program->priority != record.priority) {
+          auto moved = std::make_shared<Pbr::ClassProgram>(*program);
+          moved->priority = record.priority;
+          program = std::move(moved);
+        }
       }
       record.programIndex[slot] = kNoProgram;
-      if (perFamily[slot]) {
-        record.cmapVersion = perFamily[slot]->cmapVersion;
+      if (program) {
+        record.cmapVersion = program->cmapVersion;
         record.programIndex[slot] = static_cast<std::uint32_t>(programs[slot]->classes.size());
-        programs[slot]->classes.push_back(std::move(*perFamily[slot]));
+        programs[slot]->classes.push_back(std::move(program));
         programClasses_[slot].push_back(i);
       }
     }
@@ -296,18 +303,18 @@ std::vector<bool> PolicyMapSm::keptInPlace(IntfSlot const& slot,
   // others found by name.
   std::unordered_map<std::string_view, std::size_t> moved;
   for (std::size_t i = 0; i < after.size(); ++i) {
-    if (i < before.size() && before[i].name == after[i].name) {
-      kept[i] = slot.results[i].installed && before[i].samePlacement(after[i]);
+    if (i < before.size() && (before[i] == after[i] || before[i]->name == after[i]->name)) {
+      kept[i] = slot.results[i].installed && before[i]->samePlacement(*after[i]);
       continue;
     }
     if (moved.empty()) {
       for (std::size_t j = 0; j < before.size(); ++j) {
-        moved.emplace(before[j].name, j);
+        moved.emplace(before[j]->name, j);
       }
     }
-    auto const found = moved.find(after[i].name);
+    auto const found = moved.find(after[i]->name);
     kept[i] = found != moved.end() && slot.results[found->second].installed &&
-              before[found->second].samePlacement(after[i]);
+              before[found->second]->samePlacement(*after[i]);
   }
   return kept;
 }

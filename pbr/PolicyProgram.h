@@ -50,10 +50,22 @@ struct ClassProgram {
 
   // The same name, entries object and action: what a dataplane may keep in place.
   bool samePlacement(ClassProgram const& other) const {
-    return name == other.name && ipEntries == other.ipEntries && ip6Entries == other.ip6Entries &&
-           action == other.action;
+    return this == &other || (name == other.name && ipEntries == other.ipEntries &&
+                              ip6Entries == other.ip6Entries && action == other.action);
   }
 };
+
+// Classes are shared, never changed once built: consecutive versions hand the dataplane the
+// same object for a class that did not change.
+using ClassPrograms = std::vector<std::shared_ptr<ClassProgram const>>;
+inline ClassPrograms sharedClasses(std::vector<ClassProgram> classes) {
+  ClassPrograms out;
+  out.reserve(classes.size());
+  for (auto& cls : classes) {
+    out.push_back(std::make_shared<ClassProgram const>(std::move(cls)));
+  }
+  return out;
+}
 
 // One policy version for one address family, as the dataplane programs it on an interface:
 // classes in priority order (first match wins), and how to install it.
@@ -61,7 +73,7 @@ struct PolicyProgram {
   Cog::String policyName;
   Kiln::UniqueId version;
   Nwk::AddressFamily af = Nwk::AddressFamily::none;
-  std::vector<ClassProgram> classes;
+  ClassPrograms classes;
   // Program beside the version in place and switch once done (otherwise remove it first).
   bool makeBeforeBreak = true;
   // Install every class or none.

@@ -241,9 +241,10 @@ std::shared_ptr<HardwareModel::Job> HardwareModel::plan(
   std::vector<bool> oldKept(oldCount);
   std::unordered_map<std::string_view, std::size_t> oldByName;
   for (std::size_t i = 0; i < program->classes.size() && oldCount > 0; ++i) {
-    ClassProgram const& wanted = program->classes[i];
+    ClassProgram const& wanted = *program->classes[i];
     std::size_t j = i;
-    if (i >= oldCount || old->classes[i]->program().name != wanted.name) {
+    if (i >= oldCount || (&old->classes[i]->program() != &wanted &&
+                          old->classes[i]->program().name != wanted.name)) {
       if (oldByName.empty()) {
         for (std::size_t k = 0; k < oldCount; ++k) {
           oldByName.emplace(old->classes[k]->program().name, k);

@@ -20,15 +20,16 @@ bool compileAll(std::vector<Filter> const& filters, std::vector<HwEntry>& out, s
 
 }  // namespace
 
-std::shared_ptr<HwClass> HwClass::compile(ClassProgram const& program, std::string& error) {
+std::shared_ptr<HwClass> HwClass::compile(std::shared_ptr<ClassProgram const> const& program,
+                                          std::string& error) {
   std::vector<HwEntry> entries;
-  bool const ok = program.ipEntries    ? compileAll(*program.ipEntries, entries, error)
-                  : program.ip6Entries ? compileAll(*program.ip6Entries, entries, error)
-                                       : true;
+  bool const ok = program->ipEntries    ? compileAll(*program->ipEntries, entries, error)
+                  : program->ip6Entries ? compileAll(*program->ip6Entries, entries, error)
+                                        : true;
   return ok ? std::make_shared<HwClass>(program, std::move(entries)) : nullptr;
 }
 
-HwClass::HwClass(ClassProgram program, std::vector<HwEntry> entries)
+HwClass::HwClass(std::shared_ptr<ClassProgram const> program, std::vector<HwEntry> entries)
     : program_(std::move(program)), entries_(std::move(entries)) {
   for (auto const& entry : entries_) {
     entry.rangeKeys(ranges_);

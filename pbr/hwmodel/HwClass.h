@@ -19,9 +19,10 @@ namespace Pbr {
 class HwClass {
  public:
   // Compiles the class; null with `error` set when an entry cannot be expressed.
-  static std::shared_ptr<HwClass> compile(ClassProgram const& program, std::string& error);
+  static std::shared_ptr<HwClass> compile(std::shared_ptr<ClassProgram const> const& program,
+                                          std::string& error);
 
-  HwClass(ClassProgram program, std::vector<HwEntry> entries);
+  HwClass(std::shared_ptr<ClassProgram const> program, std::vector<HwEntry> entries);
   HwClass(HwClass const&) = delete;
   HwClass& operator=(HwClass const&) = delete;
   ~HwClass();
@@ -29,7 +30,7 @@ class HwClass {
   // Takes the class's bank entries and checkers on `card`, once.
   void reserve(LineCard& card, Nwk::AddressFamily af);
 
-  ClassProgram const& program() const { return program_; }
+  ClassProgram const& program() const { return *program_; }
   std::vector<HwEntry> const& entries() const { return entries_; }
   // The distinct checkers its entries need.
   std::vector<RangeKey> const& ranges() const { return ranges_; }
@@ -40,7 +41,7 @@ class HwClass {
   void packetCountInc() { ++packets_; }
 
  private:
-  ClassProgram program_;
+  std::shared_ptr<ClassProgram const> program_;
   std::vector<HwEntry> entries_;
   std::vector<RangeKey> ranges_;
   QualifierSet qualifiers_ = 0;

@@ -191,7 +191,7 @@ void NftDataplane::apply(Slot const& slot, std::shared_ptr<PolicyProgram const> 
   std::vector<NewClass> classes;
   std::string firstError;
   for (std::size_t i = 0; i < program->classes.size(); ++i) {
-    ClassProgram const& cls = program->classes[i];
+    ClassProgram const& cls = *program->classes[i];
     NewClass c;
     c.index = i;
     auto const found = oldByName.find(cls.name);

@@ -71,7 +71,7 @@ inline std::shared_ptr<Pbr::PolicyProgram const> program(
   auto out = std::make_shared<Pbr::PolicyProgram>();
   out->policyName = "red";
   out->af = af;
-  out->classes = std::move(classes);
+  out->classes = Pbr::sharedClasses(std::move(classes));
   out->makeBeforeBreak = makeBeforeBreak;
   out->atomic = atomic;
   return out;

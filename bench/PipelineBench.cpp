@@ -108,6 +108,26 @@ void BM_OneRuleChanged(benchmark::State& state) {
   label(state);
 }
 
+// One rule withdrawn, then announced again, by turns: the VRF's list of classes changes, so its
+// priorities and the machinery's class records are built anew.
+void BM_OneRuleWithdrawnOrAnnounced(benchmark::State& state) {
+  Pipeline pipeline(scenarioText(state.range(0), state.range(1)));
+  pipeline.start();
+  pipeline.settle();
+  Flowspec::Rule const rule = pipeline.records.ruleSet->rule(*pipeline.records.ruleSet->firstKey());
+  bool present = true;
+  for (auto _ : state) {
+    if (present) {
+      pipeline.records.ruleSet->ruleDel(rule.key);
+    } else {
+      pipeline.records.ruleSet->ruleIs(rule);
+    }
+    present = !present;
+    pipeline.settle();
+  }
+  label(state);
+}
+
 // Destroying the state machines, the hardware model and the records.
 void BM_Teardown(benchmark::State& state) {
   std::string const& text = scenarioText(state.range(0), state.range(1));
@@ -134,6 +154,7 @@ void profiles(benchmark::internal::Benchmark* b) {
 BENCHMARK(BM_LoadScenario)->Apply(profiles)->Iterations(1)->Repetitions(3);
 BENCHMARK(BM_Pipeline)->Apply(profiles)->Iterations(1)->Repetitions(3);
 BENCHMARK(BM_OneRuleChanged)->Apply(profiles)->Iterations(50);
+BENCHMARK(BM_OneRuleWithdrawnOrAnnounced)->Apply(profiles)->Iterations(60);
 BENCHMARK(BM_Teardown)->Apply(profiles)->Iterations(1);
 // Linearity: 300k rules of each profile, only when asked for by name.
 BENCHMARK(BM_Pipeline)

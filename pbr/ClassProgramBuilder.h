@@ -26,11 +26,8 @@ class ClassProgramBuilder {
   // Whether the class's entries were built from the class-map version published now (a class
   // never built counts as current while its class-map gives nothing to build).
   bool current(Cog::String const& name, PolicyMap::ClassMapTypeConfig const& cmapTypeConfig) const;
-  // Forgets the classes that `keep(name)` does not keep.
-  template <class Keep>
-  void prune(Keep const& keep) {
-    std::erase_if(built_, [&keep](auto const& entry) { return !keep(entry.first); });
-  }
+  // Forgets the class `name`.
+  void forget(Cog::String const& name) { built_.erase(name); }
 
  private:
   struct Built {

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "pbr/ClassAlignment.h"
 #include "platform/cog/Errors.h"
 #include "platform/trace/Trace.h"
 
@@ -144,48 +145,67 @@ void PolicyMapSm::takeUpVersion(Cog::Ptr<PolicyMapSubConfig const> const& previo
   bool const samePriorities =
       previous && currCfg_ && currCfg_->classPrio().sharesAllWith(previous->classPrio());
   auto const priorities = samePriorities ? std::nullopt : prioritiesOfSameClasses();
-  if (samePriorities || priorities) {
-    // Only priorities and actions can differ: the records, their statuses, the index and the
-    // class-map reactors all stay, and classes whose action stayed keep their programs.
-    for (std::size_t i = 0; priorities && i < classes_.size(); ++i) {
+  if (priorities) {
+    for (std::size_t i = 0; i < classes_.size(); ++i) {
       classes_[i].priority = (*priorities)[i];
     }
-    auto const changed = previous
-                             ? currCfg_->classAction().keysDifferingFrom(previous->classAction())
-                             : std::vector<Cog::String>();
-    for (auto const& name : changed) {
+  } else if (!samePriorities) {
+    takeUpClassList();
+  }
+  // Classes whose action changed are built again; the others keep their programs.
+  if (previous && currCfg_) {
+    for (auto const& name : currCfg_->classAction().keysDifferingFrom(previous->classAction())) {
       if (auto const found = classIndex_.find(name); found != classIndex_.end()) {
         classes_[found->second].built = false;
       }
     }
-    rebuildPrograms();
-    return;
   }
+  rebuildPrograms();
+}
+
+void PolicyMapSm::takeUpClassList() {
+  // A class of the version taken up before keeps its record (status, programs, class-map
+  // reactor); the others get new ones, and the classes that went lose theirs.
   std::vector<ClassRecord> classes;
   std::unordered_map<Cog::String, std::uint32_t> index;
+  std::vector<bool> kept(classes_.size());
   if (currCfg_) {
     for (auto const& [priority, name] : currCfg_->classPrio()) {
       // A class listed twice matches at its first place only.
-      if (index.emplace(name, static_cast<std::uint32_t>(classes.size())).second) {
-        auto& record = classes.emplace_back();
-        record.name = name;
-        record.priority = priority;
+      if (!index.emplace(name, static_cast<std::uint32_t>(classes.size())).second) {
+        continue;
+      }
+      if (auto const found = classIndex_.find(name); found != classIndex_.end()) {
+        kept[found->second] = true;
+        classes.push_back(std::move(classes_[found->second]));
+      } else {
+        classes.emplace_back().name = name;
+      }
+      classes.back().priority = priority;
+    }
+  }
+  for (std::size_t i = 0; i < classes_.size(); ++i) {
+    if (!kept[i]) {
+      status_->cmapDel(classes_[i].name);
+      classMapReactors_.erase(classes_[i].name);
+      builder_.forget(classes_[i].name);
+    }
+  }
+  if (status_->cmap().size() > classes.size()) {
+    for (auto const& [name, cmapStatus] : status_->cmap()) {
+      if (!index.contains(name)) {
+        status_->cmapDel(name);
       }
     }
   }
-  for (auto const& [name, cmapStatus] : status_->cmap()) {
-    if (!index.contains(name)) {
-      status_->cmapDel(name);
-    }
-  }
-  for (auto& record : classes) {
-    record.status = status_->cmapIs(record.name);
-  }
   classes_ = std::move(classes);
   classIndex_ = std::move(index);
-  builder_.prune([this](Cog::String const& name) { return classIndex_.contains(name); });
-  classMapReactorsUpdate();
-  rebuildPrograms();
+  for (auto& record : classes_) {
+    if (!record.status) {
+      record.status = status_->cmapIs(record.name);
+      classMapReactorUpdate(record.name);
+    }
+  }
 }
 
 std::optional<std::vector<ClassPriority>> PolicyMapSm::prioritiesOfSameClasses() const {
@@ -298,23 +318,14 @@ std::vector<bool> PolicyMapSm::keptInPlace(IntfSlot const& slot,
   }
   auto const& before = slot.program->classes;
   auto const& after = next->classes;
+  auto const places = Pbr::ClassAlignment::align(
+      after.size(), [&after](std::size_t i) -> std::string_view { return after[i]->name; },
+      before.size(), [&before](std::size_t j) -> std::string_view { return before[j]->name; });
   kept.resize(after.size());
-  // Versions mostly list their classes at the same places: those are compared in place, the
-  // others found by name.
-  std::unordered_map<std::string_view, std::size_t> moved;
   for (std::size_t i = 0; i < after.size(); ++i) {
-    if (i < before.size() && (before[i] == after[i] || before[i]->name == after[i]->name)) {
-      kept[i] = slot.results[i].installed && before[i]->samePlacement(*after[i]);
-      continue;
-    }
-    if (moved.empty()) {
-      for (std::size_t j = 0; j < before.size(); ++j) {
-        moved.emplace(before[j]->name, j);
-      }
-    }
-    auto const found = moved.find(after[i]->name);
-    kept[i] = found != moved.end() && slot.results[found->second].installed &&
-              before[found->second]->samePlacement(*after[i]);
+    std::size_t const j = places[i];
+    kept[i] = j != Pbr::ClassAlignment::kNone && slot.results[j].installed &&
+              before[j]->samePlacement(*after[i]);
   }
   return kept;
 }

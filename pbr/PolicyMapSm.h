@@ -131,6 +131,8 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
   bool wants(Nwk::IntfId const& intfId) const;
   // Takes up the version in use after `previous`.
   void takeUpVersion(Cog::Ptr<PolicyMapSubConfig const> const& previous);
+  // Takes up a version that lists other classes than the one before.
+  void takeUpClassList();
   // The priorities of the version in use when it lists the very classes of the one taken up
   // before, in order; none otherwise.
   std::optional<std::vector<ClassPriority>> prioritiesOfSameClasses() const;

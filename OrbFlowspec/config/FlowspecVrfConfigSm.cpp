@@ -1,6 +1,7 @@
 #include "OrbFlowspec/config/FlowspecVrfConfigSm.h"
 
 #include "OrbFlowspec/translation/ClassMapMatchBuilder.h"
+#include "platform/cog/Assert.h"
 #include "platform/trace/Trace.h"
 
 namespace OrbFlowspec {
@@ -247,6 +248,8 @@ void FlowspecVrfConfigSm::handlePolicy() {
     }
   }
   actionBacklogDelAll();
+  // Every rule came through the backlog; a rule without its class action would be a fault.
+  COG_ASSERT(subconfig->classAction().size() == in_.vrfRuleConfig->rule().size());
   classListChangedIs(false);
   in_.policyMapConfig->currCfgIs(subconfig);
   TRACE(gTrace, 6, "Cleanup old subconfig for ", curPmapVersion());
@@ -267,19 +270,14 @@ void FlowspecVrfConfigSm::handlePolicy() {
   TRACE(gTrace, 6, "handlePolicy took ", Cog::System::currentTime() - start, " s");
 }
 
-// Priorities of the classes in rule precedence order, per family. A rule whose class has no
-// action yet gets it built too.
+// Priorities of the classes in rule precedence order, per family.
 void FlowspecVrfConfigSm::assignClassPriorities(PolicyMap::PolicyMapSubConfig& subconfig) {
   afPrioValIs(Nwk::AddressFamily::ipv4, v4ClassPrioOffset);
   afPrioValIs(Nwk::AddressFamily::ipv6, v6ClassPrioOffset);
   for (auto const& [key, rule] : in_.vrfRuleConfig->rule()) {
-    Cog::String const className = key.stringValue();
     std::uint32_t const prio = afPrioVal(key.af());
     afPrioValIs(key.af(), prio + 1);
-    if (!subconfig.classAction(className)) {
-      actionBacklogIs(key);
-    }
-    subconfig.classPrioIs(prio, className);
+    subconfig.classPrioIs(prio, key.stringValue());
   }
 }
 

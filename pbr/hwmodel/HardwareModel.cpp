@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <string_view>
-#include <unordered_map>
 
+#include "pbr/ClassAlignment.h"
 #include "platform/trace/Trace.h"
 
 namespace Pbr {
@@ -235,28 +235,16 @@ std::shared_ptr<HardwareModel::Job> HardwareModel::plan(
 
   // Classes kept in place, and what the card would hold once the old version's others are
   // gone: the budget that the new classes are placed against.
-  // Versions mostly list their classes at the same places: those are matched in place, the
-  // others by name.
   std::size_t const oldCount = old ? old->classes.size() : 0;
   std::vector<bool> oldKept(oldCount);
-  std::unordered_map<std::string_view, std::size_t> oldByName;
-  for (std::size_t i = 0; i < program->classes.size() && oldCount > 0; ++i) {
-    ClassProgram const& wanted = *program->classes[i];
-    std::size_t j = i;
-    if (i >= oldCount || (&old->classes[i]->program() != &wanted &&
-                          old->classes[i]->program().name != wanted.name)) {
-      if (oldByName.empty()) {
-        for (std::size_t k = 0; k < oldCount; ++k) {
-          oldByName.emplace(old->classes[k]->program().name, k);
-        }
-      }
-      auto const found = oldByName.find(wanted.name);
-      if (found == oldByName.end()) {
-        continue;
-      }
-      j = found->second;
-    }
-    if (!oldKept[j] && old->classes[j]->program().samePlacement(wanted)) {
+  auto const places = ClassAlignment::align(
+      program->classes.size(),
+      [&program](std::size_t i) -> std::string_view { return program->classes[i]->name; }, oldCount,
+      [old](std::size_t j) -> std::string_view { return old->classes[j]->program().name; });
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    std::size_t const j = places[i];
+    if (j != ClassAlignment::kNone && !oldKept[j] &&
+        old->classes[j]->program().samePlacement(*program->classes[i])) {
       job->classes[i] = old->classes[j];
       job->results[i].installed = true;
       oldKept[j] = true;

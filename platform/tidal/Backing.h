@@ -18,6 +18,17 @@ class Backing {
   // their check (the entry then reads as absent).
   virtual std::optional<V> read(K const& key, bool* corrupt) const = 0;
   virtual void write(K const& key, V const& value) = 0;
+  // Writes the entry unless it already holds `value` (a corrupt one never does); returns
+  // whether it wrote.
+  virtual bool writeIfChanged(K const& key, V const& value) {
+    bool corrupt = false;
+    std::optional<V> const old = read(key, &corrupt);
+    if (old && *old == value) {
+      return false;
+    }
+    write(key, value);
+    return true;
+  }
   virtual bool remove(K const& key) = 0;
   virtual std::size_t size() const = 0;
   // The first key not less than `key`, or the first key when `key` is null.
@@ -43,6 +54,19 @@ class InProcessBacking : public Backing<K, V> {
     return it->second.value;
   }
   void write(K const& key, V const& value) override { entries_[key] = Slot{value, false}; }
+  // One lookup, and no copy of the value read.
+  bool writeIfChanged(K const& key, V const& value) override {
+    auto const it = entries_.lower_bound(key);
+    if (it != entries_.end() && !(key < it->first)) {
+      if (!it->second.corrupt && it->second.value == value) {
+        return false;
+      }
+      it->second = Slot{value, false};
+      return true;
+    }
+    entries_.emplace_hint(it, key, Slot{value, false});
+    return true;
+  }
   bool remove(K const& key) override { return entries_.erase(key) > 0; }
   std::size_t size() const override { return entries_.size(); }
   std::optional<K> firstAtOrAfter(K const* key) const override {

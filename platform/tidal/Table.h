@@ -61,13 +61,9 @@ class Table : public Cog::Entity {
 
   // Stores the entry and notifies when it differs from what was there.
   void entryIs(K const& key, V const& value) {
-    bool corrupt = false;
-    std::optional<V> const old = backing_->read(key, &corrupt);
-    if (old && *old == value) {
-      return;
+    if (backing_->writeIfChanged(key, value)) {
+      this->notify(&Reactor::handleEntry, key);
     }
-    backing_->write(key, value);
-    this->notify(&Reactor::handleEntry, key);
   }
   void entryDel(K const& key) {
     K const copy = key;

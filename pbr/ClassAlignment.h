@@ -9,9 +9,10 @@ namespace Pbr {
 
 // Finds each class of a new version in the version before, by name. Versions mostly list their
 // classes at the same places, or shifted by the few classes that came or went: a class is looked
-// for at the place the previous match predicts, then beside it, and only then by a name index
-// built on first need. `nameOf(i)` / `beforeNameOf(j)` give the names; the result holds, per new
-// class, its place before or kNone.
+// for at the place the previous match predicts, then beside it. Names are unique in a version,
+// so a class not found so is new unless some class before was left over: only then are the
+// left-over ones indexed by name. `nameOf(i)` / `beforeNameOf(j)` give the names; the result
+// holds, per new class, its place before or kNone.
 class ClassAlignment {
  public:
   static constexpr std::size_t kNone = ~std::size_t{0};
@@ -20,7 +21,8 @@ class ClassAlignment {
   static std::vector<std::size_t> align(std::size_t afterCount, AfterName const& nameOf,
                                         std::size_t beforeCount, BeforeName const& beforeNameOf) {
     std::vector<std::size_t> out(afterCount, kNone);
-    std::unordered_map<std::string_view, std::size_t> byName;
+    std::vector<bool> matched(beforeCount);
+    std::size_t matches = 0;
     std::ptrdiff_t shift = 0;
     for (std::size_t i = 0; i < afterCount; ++i) {
       std::string_view const name = nameOf(i);
@@ -29,21 +31,27 @@ class ClassAlignment {
         if (j >= 0 && static_cast<std::size_t>(j) < beforeCount &&
             std::string_view(beforeNameOf(static_cast<std::size_t>(j))) == name) {
           out[i] = static_cast<std::size_t>(j);
+          matched[out[i]] = true;
+          ++matches;
+          shift = probe;
           break;
         }
       }
+    }
+    if (matches == beforeCount || matches == afterCount) {
+      return out;
+    }
+    std::unordered_map<std::string_view, std::size_t> leftOver;
+    for (std::size_t j = 0; j < beforeCount; ++j) {
+      if (!matched[j]) {
+        leftOver.emplace(beforeNameOf(j), j);
+      }
+    }
+    for (std::size_t i = 0; i < afterCount; ++i) {
       if (out[i] == kNone) {
-        if (byName.empty()) {
-          for (std::size_t j = 0; j < beforeCount; ++j) {
-            byName.emplace(beforeNameOf(j), j);
-          }
-        }
-        if (auto const found = byName.find(name); found != byName.end()) {
+        if (auto const found = leftOver.find(nameOf(i)); found != leftOver.end()) {
           out[i] = found->second;
         }
-      }
-      if (out[i] != kNone) {
-        shift = static_cast<std::ptrdiff_t>(out[i]) - static_cast<std::ptrdiff_t>(i);
       }
     }
     return out;

@@ -170,16 +170,19 @@ void PolicyMapSm::takeUpClassList() {
   std::unordered_map<Cog::String, std::uint32_t> index;
   std::vector<bool> kept(classes_.size());
   if (currCfg_) {
+    index.reserve(currCfg_->classPrio().size());
     for (auto const& [priority, name] : currCfg_->classPrio()) {
-      // A class listed twice matches at its first place only.
-      if (!index.emplace(name, static_cast<std::uint32_t>(classes.size())).second) {
-        continue;
-      }
-      if (auto const found = classIndex_.find(name); found != classIndex_.end()) {
-        kept[found->second] = true;
-        classes.push_back(std::move(classes_[found->second]));
-      } else {
+      auto const place = static_cast<std::uint32_t>(classes.size());
+      // The index entry of a class that stays moves over, name included.
+      if (auto entry = classIndex_.extract(name)) {
+        kept[entry.mapped()] = true;
+        classes.push_back(std::move(classes_[entry.mapped()]));
+        entry.mapped() = place;
+        index.insert(std::move(entry));
+      } else if (index.emplace(name, place).second) {
         classes.emplace_back().name = name;
+      } else {
+        continue;  // a class listed twice matches at its first place only
       }
       classes.back().priority = priority;
     }

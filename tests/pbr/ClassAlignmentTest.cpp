@@ -1,13 +1,13 @@
 // Aligning the classes of two versions: whatever came, went or moved, every class is found at
 // its place before, exactly when it was there.
-#include "pbr/ClassAlignment.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
+
+#include "pbr/ClassAlignment.h"
 
 namespace {
 

@@ -1,7 +1,6 @@
 #include "OrbFlowspec/config/FlowspecVrfConfigSm.h"
 
 #include "OrbFlowspec/translation/ClassMapMatchBuilder.h"
-#include "platform/cog/Assert.h"
 #include "platform/trace/Trace.h"
 
 namespace OrbFlowspec {
@@ -248,8 +247,6 @@ void FlowspecVrfConfigSm::handlePolicy() {
     }
   }
   actionBacklogDelAll();
-  // Every rule came through the backlog; a rule without its class action would be a fault.
-  COG_ASSERT(subconfig->classAction().size() == in_.vrfRuleConfig->rule().size());
   classListChangedIs(false);
   in_.policyMapConfig->currCfgIs(subconfig);
   TRACE(gTrace, 6, "Cleanup old subconfig for ", curPmapVersion());

@@ -108,6 +108,12 @@ std::pair<Ptr<C>, bool> childIs(Map& map, K const& key, char const* attribute, A
 }
 
 // Removes every entry, notifying once per key.
+template <class Map, std::size_t kShards, class Notify>
+void delAll(SharedMap<Map, kShards>& map, Notify&& notify) {
+  for (auto const& key : map.clear()) {
+    notify(key);
+  }
+}
 template <class Map, class Notify>
 void delAll(Map& map, Notify&& notify) {
   for (auto&& entry : map) {
@@ -273,12 +279,14 @@ void delAll(Map& map, Notify&& notify) {
     x##_ = nullptr;                                      \
     this->notify(&Reactor::handle##X);                   \
   }
+#define COG_ACCESS_MAP_READ_(K, V, x, X)          \
+  X##Collection const& x() const { return x##_; } \
+  V x(K const& key) const {                       \
+    V const* found = x##_.find(key);              \
+    return found ? *found : V{};                  \
+  }
 #define COG_ACCESS_MAP_(K, V, x, X)                 \
-  X##Collection const& x() const { return x##_; }   \
-  V x(K const& key) const {                         \
-    V const* found = x##_.find(key);                \
-    return found ? *found : V{};                    \
-  }                                                 \
+  COG_ACCESS_MAP_READ_(K, V, x, X)                  \
   void x##Is(K const& key, V const& v) {            \
     auto [slot, created] = x##_.tryEmplace(key, v); \
     if (!created) {                                 \
@@ -308,11 +316,7 @@ void delAll(Map& map, Notify&& notify) {
   COG_ACCESS_MAP_(K, V, x, X)
 // Taking over another record's content notifies the keys that differ, when anyone watches.
 #define COG_ACCESS_SHARED_MAP_(K, V, x, X)                       \
-  X##Collection const& x() const { return x##_; }                \
-  V x(K const& key) const {                                      \
-    V const* found = x##_.find(key);                             \
-    return found ? *found : V{};                                 \
-  }                                                              \
+  COG_ACCESS_MAP_READ_(K, V, x, X)                               \
   void x##Is(K const& key, V const& v) {                         \
     if (V const* found = x##_.find(key); found && *found == v) { \
       return;                                                    \
@@ -320,17 +324,7 @@ void delAll(Map& map, Notify&& notify) {
     x##_.assign(key, v);                                         \
     this->notify(&Reactor::handle##X, key);                      \
   }                                                              \
-  void x##Del(K const& key) {                                    \
-    K const copy = key;                                          \
-    if (x##_.erase(copy)) {                                      \
-      this->notify(&Reactor::handle##X, copy);                   \
-    }                                                            \
-  }                                                              \
-  void x##DelAll() {                                             \
-    for (K const& key : x##_.clear()) {                          \
-      this->notify(&Reactor::handle##X, key);                    \
-    }                                                            \
-  }                                                              \
+  COG_ACCESS_DEL_(K, x, X)                                       \
   template <class Other>                                         \
   void x##ShareFrom(Other const& other) {                        \
     if (this->reactorCount() == 0) {                             \

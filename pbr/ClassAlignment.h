@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -11,31 +12,47 @@ namespace Pbr {
 // classes at the same places, or shifted by the few classes that came or went: a class is looked
 // for at the place the previous match predicts, then beside it. Names are unique in a version,
 // so a class not found so is new unless some class before was left over: only then are the
-// left-over ones indexed by name. `nameOf(i)` / `beforeNameOf(j)` give the names; the result
+// left-over ones indexed by name. `nameOf(i)` / `beforeNameOf(j)` give the names; `same(i, j)`,
+// when given, tells without reading names that the two are one shared class (consecutive
+// versions share the classes that stayed, and their names live elsewhere in memory). The result
 // holds, per new class, its place before or kNone.
 class ClassAlignment {
  public:
   static constexpr std::size_t kNone = ~std::size_t{0};
 
-  template <class AfterName, class BeforeName>
+  struct NoneShared {
+    bool operator()(std::size_t, std::size_t) const { return false; }
+  };
+
+  template <class AfterName, class BeforeName, class Same = NoneShared>
   static std::vector<std::size_t> align(std::size_t afterCount, AfterName const& nameOf,
-                                        std::size_t beforeCount, BeforeName const& beforeNameOf) {
+                                        std::size_t beforeCount, BeforeName const& beforeNameOf,
+                                        Same const& same = Same()) {
     std::vector<std::size_t> out(afterCount, kNone);
     std::vector<bool> matched(beforeCount);
     std::size_t matches = 0;
     std::ptrdiff_t shift = 0;
     for (std::size_t i = 0; i < afterCount; ++i) {
-      std::string_view const name = nameOf(i);
+      std::optional<std::string_view> name;
       for (std::ptrdiff_t const probe : {shift, shift - 1, shift + 1}) {
-        std::ptrdiff_t const j = static_cast<std::ptrdiff_t>(i) + probe;
-        if (j >= 0 && static_cast<std::size_t>(j) < beforeCount &&
-            std::string_view(beforeNameOf(static_cast<std::size_t>(j))) == name) {
-          out[i] = static_cast<std::size_t>(j);
-          matched[out[i]] = true;
-          ++matches;
-          shift = probe;
-          break;
+        std::ptrdiff_t const signedJ = static_cast<std::ptrdiff_t>(i) + probe;
+        if (signedJ < 0 || static_cast<std::size_t>(signedJ) >= beforeCount) {
+          continue;
         }
+        auto const j = static_cast<std::size_t>(signedJ);
+        if (!same(i, j)) {
+          if (!name) {
+            name = nameOf(i);
+          }
+          if (std::string_view(beforeNameOf(j)) != *name) {
+            continue;
+          }
+        }
+        out[i] = j;
+        matched[j] = true;
+        ++matches;
+        shift = probe;
+        break;
       }
     }
     if (matches == beforeCount || matches == afterCount) {

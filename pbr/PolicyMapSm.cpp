@@ -323,7 +323,8 @@ std::vector<bool> PolicyMapSm::keptInPlace(IntfSlot const& slot,
   auto const& after = next->classes;
   auto const places = Pbr::ClassAlignment::align(
       after.size(), [&after](std::size_t i) -> std::string_view { return after[i]->name; },
-      before.size(), [&before](std::size_t j) -> std::string_view { return before[j]->name; });
+      before.size(), [&before](std::size_t j) -> std::string_view { return before[j]->name; },
+      [&](std::size_t i, std::size_t j) { return after[i] == before[j]; });
   kept.resize(after.size());
   for (std::size_t i = 0; i < after.size(); ++i) {
     std::size_t const j = places[i];
@@ -445,6 +446,13 @@ void PolicyMapSm::flush() {
                              : !record.failed                      ? ClassState::classStateInstalled
                              : !record.installed                   ? ClassState::classStateFailed
                                                                    : ClassState::classStatePartial;
+    if (record.written && record.writtenState == state &&
+        record.writtenVersion == record.cmapVersion) {
+      continue;
+    }
+    record.written = true;
+    record.writtenState = state;
+    record.writtenVersion = record.cmapVersion;
     record.status->versionIs(record.cmapVersion);
     record.status->classStateIs(state);
   }

@@ -207,10 +207,8 @@ void HardwareModel::programIs(Nwk::IntfId const& intf, std::shared_ptr<PolicyPro
     state.forwarding = nullptr;
   }
   LineCard& lineCard = *card->lineCard;
-  for (std::size_t i = 0; i < job->classes.size(); ++i) {
-    if (job->classes[i]) {
-      job->classes[i]->reserve(lineCard, program->af);
-    }
+  for (std::uint32_t const i : job->placed) {
+    job->classes[i]->reserve(lineCard, program->af);
   }
   job->done = std::move(done);
   state.pending = job;
@@ -240,11 +238,15 @@ std::shared_ptr<HardwareModel::Job> HardwareModel::plan(
   auto const places = ClassAlignment::align(
       program->classes.size(),
       [&program](std::size_t i) -> std::string_view { return program->classes[i]->name; }, oldCount,
-      [old](std::size_t j) -> std::string_view { return old->classes[j]->program().name; });
+      [old](std::size_t j) -> std::string_view { return old->classes[j]->program().name; },
+      [old, &program](std::size_t i, std::size_t j) {
+        return old->programs[j] == program->classes[i].get();
+      });
   for (std::size_t i = 0; i < places.size(); ++i) {
     std::size_t const j = places[i];
     if (j != ClassAlignment::kNone && !oldKept[j] &&
-        old->classes[j]->program().samePlacement(*program->classes[i])) {
+        (old->programs[j] == program->classes[i].get() ||
+         old->classes[j]->program().samePlacement(*program->classes[i]))) {
       job->classes[i] = old->classes[j];
       job->results[i].installed = true;
       oldKept[j] = true;
@@ -252,12 +254,14 @@ std::shared_ptr<HardwareModel::Job> HardwareModel::plan(
   }
   std::uint64_t room = bank.capacity - bank.used;
   LineCard::CheckerRefs refs = lineCard.checkerRefs();
+  job->entryCount = old ? old->entryCount : 0;
   for (std::size_t j = 0; j < oldCount; ++j) {
     if (oldKept[j]) {
       continue;
     }
     auto const& dropped = old->classes[j];
     room += dropped->entries().size();
+    job->entryCount -= dropped->entries().size();
     for (auto const& key : dropped->ranges()) {
       if (--refs[key] == 0) {
         refs.erase(key);
@@ -305,6 +309,7 @@ std::shared_ptr<HardwareModel::Job> HardwareModel::plan(
     job->newEntries += hwClass->entries().size();
     job->results[i].installed = true;
     job->classes[i] = std::move(hwClass);
+    job->placed.push_back(static_cast<std::uint32_t>(i));
   }
 
   if (program->atomic && !firstError.empty()) {
@@ -380,14 +385,17 @@ void HardwareModel::jobDone(Card& card) {
   card.jobs.pop_front();
   startHead(card);
   SlotState& state = slots_[job->slot];
+  // The job is over: its classes move to the version that forwards.
   auto version = std::make_shared<Version>();
   version->classes.reserve(job->classes.size());
-  for (auto const& hwClass : job->classes) {
-    if (hwClass) {
-      version->classes.push_back(hwClass);
-      version->entryCount += hwClass->entries().size();
+  version->programs.reserve(job->classes.size());
+  for (std::size_t i = 0; i < job->classes.size(); ++i) {
+    if (job->classes[i]) {
+      version->classes.push_back(std::move(job->classes[i]));
+      version->programs.push_back(job->program->classes[i].get());
     }
   }
+  version->entryCount = job->entryCount + job->newEntries;
   state.forwarding = std::move(version);
   state.pending = nullptr;
   TRACE(gTrace, 5, job->slot.intf, " ", Nwk::toStrep(job->slot.af), " ", job->program->policyName,

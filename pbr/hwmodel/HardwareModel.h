@@ -90,6 +90,9 @@ class HardwareModel : public Dataplane {
   // any packet is classified by them.
   struct Version {
     std::vector<std::shared_ptr<HwClass>> classes;
+    // Per class, the program it was placed for: the next version finds the classes it shares
+    // with this one without reading them.
+    std::vector<ClassProgram const*> programs;
     std::size_t entryCount = 0;
     EntryIndex const& index() const;
 
@@ -105,8 +108,10 @@ class HardwareModel : public Dataplane {
     // Per class of the program: the placed class (reserved, or kept from the old version),
     // null when it failed.
     std::vector<std::shared_ptr<HwClass>> classes;
+    std::vector<std::uint32_t> placed;  // the classes placed anew, to reserve on the card
     ProgramResult results;
     std::uint64_t newEntries = 0;
+    std::uint64_t entryCount = 0;  // of the version once forwarding
     ProgramDone done;
   };
   struct SlotState {

@@ -211,6 +211,15 @@ class ComponentBytes {
   ComponentBytes(FlowspecKey const& key, Component const& c)
       : words_(key.opVals().data()), pair_(c.first), last_(c.last) {}
 
+  // Pairs packed alike encode alike: both sides step over their common leading pairs at once.
+  void skipCommonPairs(ComponentBytes& other) {
+    while (pair_ < last_ && other.pair_ < other.last_ &&
+           words_[pair_] == other.words_[other.pair_]) {
+      ++pair_;
+      ++other.pair_;
+    }
+  }
+
   bool next(std::uint8_t& byte) {
     if (pair_ >= last_) {
       return false;
@@ -244,10 +253,8 @@ int comparePrefixes(Nwk::IpGenPrefix const& a, Nwk::IpGenPrefix const& b) {
   auto const& y = b.addr().bytes();
   // The lower address over the common bits first.
   unsigned const whole = common / 8;
-  for (unsigned i = 0; i < whole; ++i) {
-    if (x[i] != y[i]) {
-      return x[i] < y[i] ? -1 : 1;
-    }
+  if (int const cmp = std::memcmp(x.data(), y.data(), whole); cmp != 0) {
+    return cmp < 0 ? -1 : 1;
   }
   if (unsigned const rest = common % 8) {
     auto const mask = static_cast<std::uint8_t>(0xFF << (8 - rest));
@@ -259,6 +266,7 @@ int comparePrefixes(Nwk::IpGenPrefix const& a, Nwk::IpGenPrefix const& b) {
 }
 
 int compareBytes(ComponentBytes a, ComponentBytes b) {
+  a.skipCommonPairs(b);
   for (;;) {
     std::uint8_t x = 0;
     std::uint8_t y = 0;

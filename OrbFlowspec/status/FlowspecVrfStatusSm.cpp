@@ -14,20 +14,41 @@ using Flowspec::HwRuleProgrammingStatus;
 
 // Watches the state of one class-map; the class-map is named by its rule key's text, which is
 // parsed back into the key once (a class-map's name never changes; its state changes often).
+// Only a change of the status the state gives the rule re-evaluates the rule: a class-map that
+// appears unknown, or goes pending, leaves its rule not installed, as it was without it. The
+// status is kept in the owner's index under the rule's key, for a class-map named by the key's
+// own text.
 class FlowspecVrfStatusSm::ClassMapStatusSm
     : public Cog::BoundReactor<PolicyMap::ClassMapStatus, FlowspecVrfStatusSm> {
  public:
   using BoundReactor::BoundReactor;
+  ~ClassMapStatusSm() override {
+    if (indexed_) {
+      owner()->classStatusIs(*key_, HwRuleProgrammingStatus::hwStatusNotInstalled);
+    }
+  }
+
   void handleClassState() override {
+    Status const status = ruleStatusFor(notifier()->classState());
+    if (status == reported_) {
+      return;
+    }
+    reported_ = status;
     if (!parsed_) {
       key_ = classKey(notifier()->name());
       parsed_ = true;
+      indexed_ = key_ && key_->stringValue() == notifier()->name();
+    }
+    if (indexed_) {
+      owner()->classStatusIs(*key_, status);
     }
     owner()->handleClassState(notifier()->name(), key_);
   }
 
  private:
+  Status reported_ = HwRuleProgrammingStatus::hwStatusNotInstalled;
   bool parsed_ = false;
+  bool indexed_ = false;
   std::optional<Flowspec::FlowspecKey> key_;
 };
 
@@ -59,7 +80,12 @@ struct FlowspecVrfStatusSm::Reactors {
   };
   struct RuleConfigReactor : Cog::BoundReactor<Flowspec::VrfRuleConfig, FlowspecVrfStatusSm> {
     using BoundReactor::BoundReactor;
-    void handleRule(Flowspec::FlowspecKey const& key) override { owner()->handleRule(key); }
+    // A rule configured before its status is created is evaluated when the status appears.
+    void handleRule(Flowspec::FlowspecKey const& key) override {
+      if (owner()->in_.vrfRuleStatus->ruleStatus(key)) {
+        owner()->handleRule(key);
+      }
+    }
   };
   struct StatusReactor : Cog::BoundReactor<Flowspec::Status, FlowspecVrfStatusSm> {
     using BoundReactor::BoundReactor;
@@ -169,7 +195,8 @@ void FlowspecVrfStatusSm::handleRuleFor(Nwk::AddressFamily af) {
   }
   TRACE(gTrace, 7, "Installed state re-evaluation for ", Nwk::toStrep(af), " rules");
   for (auto const& [key, status] : in_.vrfRuleStatus->ruleStatus()) {
-    if (key.af() == af) {
+    // A rule whose class-map gives it a status does not look at its family's.
+    if (key.af() == af && !classStatus_.contains(&key)) {
       handleRule(key);
     }
   }
@@ -240,11 +267,21 @@ void FlowspecVrfStatusSm::processRule(Flowspec::FlowspecKey const& key) {
 
 FlowspecVrfStatusSm::Status FlowspecVrfStatusSm::classInstalledState(
     Flowspec::FlowspecKey const& key) const {
-  auto const classMap = in_.pmapStatus ? in_.pmapStatus->cmap(key.stringValue()) : nullptr;
-  if (!classMap) {
-    return HwRuleProgrammingStatus::hwStatusNotInstalled;
+  auto const found = classStatus_.find(&key);
+  return found == classStatus_.end() ? HwRuleProgrammingStatus::hwStatusNotInstalled
+                                     : found->second;
+}
+
+void FlowspecVrfStatusSm::classStatusIs(Flowspec::FlowspecKey const& key, Status status) {
+  if (status == HwRuleProgrammingStatus::hwStatusNotInstalled) {
+    classStatus_.erase(&key);
+  } else {
+    classStatus_[&key] = status;
   }
-  switch (static_cast<unsigned>(classMap->classState())) {
+}
+
+FlowspecVrfStatusSm::Status FlowspecVrfStatusSm::ruleStatusFor(PolicyMap::ClassState state) {
+  switch (static_cast<unsigned>(state)) {
     case 0:
     case 1:
       return HwRuleProgrammingStatus::hwStatusNotInstalled;

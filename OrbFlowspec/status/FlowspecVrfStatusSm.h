@@ -3,6 +3,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <unordered_map>
 
 #include "OrbFlowspec/status/IntfInstalled.h"
 #include "models/flowspec/Config.h"
@@ -68,7 +69,10 @@ class FlowspecVrfStatusSm : public Kiln::KilnBaseOutputSm {
   void handleRuleTask();
   void handleUnsupportedQual(Nwk::AddressFamily af);
   void processRule(Flowspec::FlowspecKey const& key);
+  // The status the rule's class-map gives it; not installed when it has none.
   Status classInstalledState(Flowspec::FlowspecKey const& key) const;
+  // What a class-map state says of its rule: not installed until the class is programmed.
+  static Status ruleStatusFor(PolicyMap::ClassState state);
   void doCleanup();
 
   // The aggregate state of the interfaces of a family; 0 when none is recorded.
@@ -87,6 +91,8 @@ class FlowspecVrfStatusSm : public Kiln::KilnBaseOutputSm {
   static std::optional<Flowspec::FlowspecKey> classKey(Cog::String const& name);
   void classMapStatusIs(Cog::Ptr<PolicyMap::ClassMapStatus const> const& status);
   void classMapStatusDel(Cog::String const& name);
+  // Indexes the status a class-map gives its rule (the key is the class-map reactor's own).
+  void classStatusIs(Flowspec::FlowspecKey const& key, Status status);
 
   // Interfaces: one nested reactor per interface status.
   class IntfStatusSm;
@@ -108,6 +114,19 @@ class FlowspecVrfStatusSm : public Kiln::KilnBaseOutputSm {
   Inputs const in_;
   Flowspec::FlowspecUtil flowspecUtil_;
   std::map<Nwk::AddressFamily, Status> afInstalled_;
+  // Per rule whose class-map is installed, partial or failed, that status: the rules the
+  // status of their family does not concern.
+  struct KeyHash {
+    std::size_t operator()(Flowspec::FlowspecKey const* key) const {
+      return std::hash<Flowspec::FlowspecKey>()(*key);
+    }
+  };
+  struct KeyEqual {
+    bool operator()(Flowspec::FlowspecKey const* a, Flowspec::FlowspecKey const* b) const {
+      return *a == *b;
+    }
+  };
+  std::unordered_map<Flowspec::FlowspecKey const*, Status, KeyHash, KeyEqual> classStatus_;
   std::unique_ptr<Reactors> reactors_;
   Cog::OrderedReactorMap<Nwk::IntfId, IntfStatusSm> intfStatus_;
   Cog::ReactorMap<Cog::String, ClassMapStatusSm> classMapStatus_;

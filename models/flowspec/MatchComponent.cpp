@@ -52,7 +52,50 @@ std::string masksText(std::unordered_set<Mask> const& masks) {
   return out;
 }
 
+template <class Mask>
+void encodeMasks(Trace::Encoder& e, std::unordered_set<Mask> const& masks) {
+  e.raw(static_cast<std::uint32_t>(masks.size()));
+  for (auto const& mask : masks) {
+    e.raw(mask.matchAll());
+    e.raw(mask.value());
+    e.raw(mask.mask());
+  }
+}
+
+template <class Mask>
+void decodeMasks(Trace::Decoder& d, std::unordered_set<Mask>& masks) {
+  for (auto count = d.raw<std::uint32_t>(); count > 0; --count) {
+    auto const matchAll = d.raw<bool>();
+    auto const value = d.raw<std::uint16_t>();
+    masks.insert(Mask(matchAll, value, d.raw<std::uint16_t>()));
+  }
+}
+
 }  // namespace
+
+void MatchComponent::traceEncode(Trace::Encoder& e) const {
+  e.raw(matchCompType_);
+  prefix_.traceEncode(e);
+  e.raw(static_cast<std::uint32_t>(numericalRange_.size()));
+  for (auto const& range : numericalRange_) {
+    e.raw(range.rangeMin());
+    e.raw(range.rangeMax());
+  }
+  encodeMasks(e, tcpBitMask_);
+  encodeMasks(e, ipBitMask_);
+}
+
+MatchComponent MatchComponent::traceDecode(Trace::Decoder& d) {
+  MatchComponent c(d.raw<MatchCompType>());
+  c.prefix_ = Nwk::IpGenPrefix::traceDecode(d);
+  for (auto count = d.raw<std::uint32_t>(); count > 0; --count) {
+    auto const rangeMin = d.raw<std::uint32_t>();
+    c.numericalRange_.insert(NumericalRange(rangeMin, d.raw<std::uint32_t>()));
+  }
+  decodeMasks(d, c.tcpBitMask_);
+  decodeMasks(d, c.ipBitMask_);
+  return c;
+}
 
 std::string MatchComponent::toStrep() const {
   std::string out = compTypeName(matchCompType_);

@@ -9,6 +9,7 @@
 #include "models/flowspec/MatchCompType.h"
 #include "models/flowspec/NumericalRange.h"
 #include "platform/nwk/IpGenPrefix.h"
+#include "platform/trace/Args.h"
 
 namespace Flowspec {
 
@@ -37,6 +38,9 @@ class MatchComponent {
   bool operator==(MatchComponent const&) const = default;
   // "dport [80, 80] [443, 443]", "tcp-flags {syn !ack} {fin}" (masks sorted), "dst 10.0.0.0/8".
   std::string toStrep() const;
+  // For the trace ring: a component is kept in binary and written as text only when read.
+  void traceEncode(Trace::Encoder& e) const;
+  static MatchComponent traceDecode(Trace::Decoder& d);
 
  private:
   MatchCompType matchCompType_ = MatchCompType::none;

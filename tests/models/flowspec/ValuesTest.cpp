@@ -236,6 +236,13 @@ TEST(MatchComponent, KindsEqualityAndText) {
   EXPECT_TRUE(dst.matchTypePrefix());
   EXPECT_EQ(dst.toStrep(), "dst 10.0.0.0/8");
   EXPECT_EQ(Flowspec::MatchComponent().matchCompType(), MatchCompType::none);
+  for (auto const& c : {ports, flags, frag({{2, 2}, {1, 1}}), dst, Flowspec::MatchComponent()}) {
+    Trace::Encoder traced;  // as the trace ring keeps it
+    c.traceEncode(traced);
+    Trace::Decoder reading(traced.bytes());
+    EXPECT_EQ(Flowspec::MatchComponent::traceDecode(reading), c) << c.toStrep();
+    EXPECT_TRUE(reading.rest().empty());
+  }
 }
 
 TEST(SanitizeMatchSet, ConsistentSetsPass) {

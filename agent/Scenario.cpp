@@ -54,6 +54,9 @@ class Loader {
     if (auto const it = scenario.find("flowspec"); it != scenario.end()) {
       loadFlowspec(*it);
     }
+    if (auto const it = scenario.find("rules"); it != scenario.end() && it->is_array()) {
+      rules_.reserve(it->size());
+    }
     forEach(scenario, "rules", "rules",
             [this](Json const& item, std::string const& where) { loadRule(item, where); });
     forEach(scenario, "lineCards", "lineCards",

@@ -1,7 +1,6 @@
 #include "models/flowspec/FlowspecTidalKey.h"
 
 #include <cstdio>
-#include <tuple>
 
 namespace Flowspec {
 
@@ -37,10 +36,22 @@ FlowspecKey FlowspecTidalKey::getFlowspecKey() const {
   return key;
 }
 
+// Field by field, each compared once (a tuple compares the words both ways when all else is
+// equal, which is the common case among the rules of one VRF).
 bool FlowspecTidalKey::operator<(FlowspecTidalKey const& other) const {
-  return std::tie(vrfId_, af_, destinationPrefix_, sourcePrefix_, words_) <
-         std::tie(other.vrfId_, other.af_, other.destinationPrefix_, other.sourcePrefix_,
-                  other.words_);
+  if (vrfId_ != other.vrfId_) {
+    return vrfId_ < other.vrfId_;
+  }
+  if (af_ != other.af_) {
+    return af_ < other.af_;
+  }
+  if (auto const cmp = destinationPrefix_ <=> other.destinationPrefix_; cmp != 0) {
+    return cmp < 0;
+  }
+  if (auto const cmp = sourcePrefix_ <=> other.sourcePrefix_; cmp != 0) {
+    return cmp < 0;
+  }
+  return words_ < other.words_;
 }
 
 std::size_t FlowspecTidalKey::hash() const {

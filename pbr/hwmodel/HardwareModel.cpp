@@ -396,6 +396,7 @@ void HardwareModel::jobDone(Card& card) {
     }
   }
   version->entryCount = job->entryCount + job->newEntries;
+  version->program = job->program;
   state.forwarding = std::move(version);
   state.pending = nullptr;
   TRACE(gTrace, 5, job->slot.intf, " ", Nwk::toStrep(job->slot.af), " ", job->program->policyName,

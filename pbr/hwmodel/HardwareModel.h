@@ -91,8 +91,11 @@ class HardwareModel : public Dataplane {
   struct Version {
     std::vector<std::shared_ptr<HwClass>> classes;
     // Per class, the program it was placed for: the next version finds the classes it shares
-    // with this one without reading them.
+    // with this one without reading them. `program` keeps them alive: a kept class's HwClass
+    // holds the program it was first placed for, and an address freed could come back as
+    // another class's.
     std::vector<ClassProgram const*> programs;
+    std::shared_ptr<PolicyProgram const> program;
     std::size_t entryCount = 0;
     EntryIndex const& index() const;
 

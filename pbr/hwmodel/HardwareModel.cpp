@@ -235,18 +235,17 @@ std::shared_ptr<HardwareModel::Job> HardwareModel::plan(
   // gone: the budget that the new classes are placed against.
   std::size_t const oldCount = old ? old->classes.size() : 0;
   std::vector<bool> oldKept(oldCount);
+  auto const shared = [old, &program](std::size_t i, std::size_t j) {
+    return old->programs[j] == program->classes[i].get();
+  };
   auto const places = ClassAlignment::align(
       program->classes.size(),
       [&program](std::size_t i) -> std::string_view { return program->classes[i]->name; }, oldCount,
-      [old](std::size_t j) -> std::string_view { return old->classes[j]->program().name; },
-      [old, &program](std::size_t i, std::size_t j) {
-        return old->programs[j] == program->classes[i].get();
-      });
+      [old](std::size_t j) -> std::string_view { return old->classes[j]->program().name; }, shared);
   for (std::size_t i = 0; i < places.size(); ++i) {
     std::size_t const j = places[i];
     if (j != ClassAlignment::kNone && !oldKept[j] &&
-        (old->programs[j] == program->classes[i].get() ||
-         old->classes[j]->program().samePlacement(*program->classes[i]))) {
+        (shared(i, j) || old->classes[j]->program().samePlacement(*program->classes[i]))) {
       job->classes[i] = old->classes[j];
       job->results[i].installed = true;
       oldKept[j] = true;

@@ -33,7 +33,7 @@ class PolicyMapSm::ClassMapReactor : public Cog::BoundReactor<ClassMapConfig, Po
       : BoundReactor(cmap, owner) {}
   void handleCurrCfg() override {
     Cog::String const name = notifier()->name();  // the handler may drop this reactor
-    owner()->handleClassMap(name);
+    owner()->classMapNotified(name);
   }
 };
 
@@ -47,7 +47,7 @@ struct PolicyMapSm::Reactors {
     void handleCmap(Cog::String const& name) override {
       Cog::String const copy = name;
       owner()->classMapReactorUpdate(copy);
-      owner()->handleClassMap(copy);
+      owner()->classMapNotified(copy);
     }
   };
 
@@ -128,6 +128,17 @@ void PolicyMapSm::handlePolicyVersion() {
   takeUpVersion(previous);
   programAll();
   flush();
+}
+
+void PolicyMapSm::classMapNotified(Cog::String const& name) {
+  // Marked before the handler runs, which may leave the class as it is until the next version
+  // (a feature's own state machine may): that version builds it again, whether or not its
+  // action changed.
+  if (auto const found = classIndex_.find(name);
+      found != classIndex_.end() && !builder_.current(name, *cmapTypeConfig_)) {
+    classes_[found->second].built = false;
+  }
+  handleClassMap(name);
 }
 
 void PolicyMapSm::handleClassMap(Cog::String const& name) {

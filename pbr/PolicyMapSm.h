@@ -61,7 +61,8 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
   void handlePolicyVersion();
   // Reaction to a change of a class-map the version may use (published, withdrawn, or a new
   // version in use): the base programs the version again when a used class's class-map version
-  // changed.
+  // changed. An override that does nothing leaves the change to the next policy version, which
+  // builds the class from its class-map as it then stands.
   virtual void handleClassMap(Cog::String const& name);
   // Evaluates the policy's binding to one interface again: binds it when the interface
   // configuration names this policy, unbinds it otherwise. A bound interface is programmed
@@ -141,6 +142,8 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
   // Watches the class-maps of the version in use as published now.
   void classMapReactorsUpdate();
   void classMapReactorUpdate(Cog::String const& name);
+  // A class-map the version may use was published, withdrawn or has a new version in use.
+  void classMapNotified(Cog::String const& name);
   void rebuildPrograms();
   void programAll();
   void requestSlot(Nwk::IntfId const& intfId, Binding& binding, Nwk::AddressFamily af);

@@ -74,8 +74,11 @@ class PbrHarness {
   }
 
   // Publishes a new version of a policy with the classes in match order (priorities 1, 2 ...)
-  // and switches to it, dropping the previous one; returns the version.
-  Kiln::UniqueId policyIs(std::string const& name, std::vector<ClassSpec> const& classes) {
+  // and switches to it, dropping the previous one; returns the version. With `keepActions`, a
+  // class of the previous version keeps its action object, as a feature does for the classes
+  // whose action stayed.
+  Kiln::UniqueId policyIs(std::string const& name, std::vector<ClassSpec> const& classes,
+                          bool keepActions = false) {
     auto const pmap = pmapTypeConfig->pmapInputIs(name, kMapType);
     pmapTypeConfig->pmapIs(pmap);
     Kiln::UniqueId const version = Kiln::UniqueId::next();
@@ -83,6 +86,11 @@ class PbrHarness {
     PolicyMap::ClassPriority priority = 1;
     for (auto const& c : classes) {
       sub->classPrioIs(priority++, c.name);
+      if (auto const kept =
+              keepActions && pmap->currCfg() ? pmap->currCfg()->classAction(c.name) : nullptr) {
+        sub->classActionIs(c.name, kept);
+        continue;
+      }
       auto const classAction = Cog::make<PolicyMap::ClassAction>(c.name);
       classAction->policyActionIs(Cog::make<PolicyMap::Action>(
           c.deny ? "deny" : "permit",

@@ -247,15 +247,24 @@ TEST_F(PbrSmTest, AFeatureSuppliesItsOwnPolicyStateMachine) {
   h.settle();
   auto const policy = Cog::ptrDynamicCast<QuietPolicyMapSm>(sm->policyMapSm("red"));
   ASSERT_TRUE(policy);
-  h.classMapIs("a", {ipDst("10.9.0.0/16")});
+  // "b" is listed before its class-map exists, as a feature may when it publishes a version
+  // in the middle of translating its classes.
+  h.policyIs("red", {{"a"}, {"b"}}, true);
   h.settle();
-  EXPECT_EQ(policy->seen, std::vector<std::string>{"a"});
+  h.classMapIs("a", {ipDst("10.9.0.0/16")});
+  h.classMapIs("b", {ipDst("10.2.0.0/16")});
+  h.settle();
+  EXPECT_EQ(policy->seen, (std::vector<std::string>{"a", "b", "b"}));
   EXPECT_EQ(classOf(*h.hw, "Ethernet2", packetTo("10.1.0.1")), "a");
-  // A new policy version picks the class-map's new version up.
-  h.policyIs("red", {{"a"}});
+  EXPECT_EQ(h.classState("red", "b"), kUnknown);
+  // A new policy version picks the class-maps up as they stand, also for classes whose action
+  // and place stayed.
+  h.policyIs("red", {{"a"}, {"b"}}, true);
   h.settle();
   EXPECT_EQ(classOf(*h.hw, "Ethernet2", packetTo("10.9.0.1")), "a");
   EXPECT_EQ(classOf(*h.hw, "Ethernet2", packetTo("10.1.0.1")), "");
+  EXPECT_EQ(classOf(*h.hw, "Ethernet2", packetTo("10.2.0.1")), "b");
+  EXPECT_EQ(h.classState("red", "b"), kInstalled);
 }
 
 TEST_F(PbrSmTest, WithoutADataplaneEveryInterfaceFails) {

@@ -457,6 +457,13 @@ void PolicyMapSm::flush() {
                              : !record.failed                      ? ClassState::classStateInstalled
                              : !record.installed                   ? ClassState::classStateFailed
                                                                    : ClassState::classStatePartial;
+    if (record.written && record.writtenState == state &&
+        record.writtenVersion == record.cmapVersion) {
+      continue;
+    }
+    record.written = true;
+    record.writtenState = state;
+    record.writtenVersion = record.cmapVersion;
     record.status->versionIs(record.cmapVersion);
     record.status->classStateIs(state);
   }

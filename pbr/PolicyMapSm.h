@@ -110,6 +110,11 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
     std::uint32_t installed = 0;
     std::uint32_t failed = 0;
     bool dirty = true;
+    // What the status says, so that a class whose state stayed is not written again: a
+    // version that changes one class leaves every other status as it is.
+    bool written = false;
+    ClassState writtenState = ClassState::classStateUnknown;
+    Kiln::UniqueId writtenVersion;
   };
   // One interface and family: the program asked for and its outcome.
   struct IntfSlot {

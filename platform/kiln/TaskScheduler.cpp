@@ -90,6 +90,9 @@ bool TaskScheduler::runOneTask() {
   } catch (Cog::Error const& error) {
     TRACE(gTrace, 0, error.what());
   }
+  if (mode_ == Mode::simulated && taskRunCost_ > 0) {
+    advanceTo(clock_->nowNs() + taskRunCost_);
+  }
   return true;
 }
 

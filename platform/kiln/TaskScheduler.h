@@ -52,6 +52,9 @@ class TaskScheduler : public Cog::Object {
   std::uint64_t taskRunCount() const { return taskRuns_; }
 
   void workQuantumIs(std::uint32_t units) { workQuantum_ = units; }
+  // Under simulated time, how far each task run moves the clock (none by default): timers then
+  // fall due between the runs of long work, as they do under a real clock on a busy machine.
+  void taskRunCostIs(Cog::Seconds cost) { taskRunCost_ = toNanoseconds(cost); }
   void timeQuantumIs(Cog::Seconds quantum) { timeQuantum_ = toNanoseconds(quantum); }
 
  private:
@@ -73,6 +76,7 @@ class TaskScheduler : public Cog::Object {
   Nanoseconds runStart_ = 0;
   std::uint32_t workUnits_ = 0;
   std::uint32_t workQuantum_ = 100;
+  Nanoseconds taskRunCost_ = 0;
   Nanoseconds timeQuantum_ = 10'000'000;
   std::uint64_t taskRuns_ = 0;
 };

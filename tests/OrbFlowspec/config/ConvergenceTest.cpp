@@ -231,6 +231,10 @@ TEST(Convergence, RandomChangesEndWhereAFreshStartEnds) {
     Hardware const hardware(rng);
     StackHarness stack;
     hardware.applyTo(stack);
+    // Task runs that take time let the policy timers fire between batches of rules: versions
+    // then list rules whose class-maps are still to come.
+    double const taskRunCosts[] = {0.0, 0.01, 0.03};
+    stack.scheduler->taskRunCostIs(taskRunCosts[rng() % 3]);
     Inputs inputs;
     stack.start();
     for (int step = 0; step < 150; ++step) {

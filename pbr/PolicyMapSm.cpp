@@ -7,6 +7,7 @@
 
 #include "pbr/ClassAlignment.h"
 #include "platform/cog/Errors.h"
+#include "platform/cog/SharedPrefetch.h"
 #include "platform/trace/Trace.h"
 
 namespace PolicyMap {
@@ -273,36 +274,57 @@ void PolicyMapSm::rebuildPrograms() {
     programClasses_[slotOf(af)].clear();
   }
   auto const before = programs_;
-  for (std::uint32_t i = 0; i < classes_.size(); ++i) {
+  for (std::size_t slot = 0; slot < 2; ++slot) {
+    programs[slot]->classes.reserve(before[slot] ? before[slot]->classes.size() : 0);
+  }
+  auto const place = [&](std::uint32_t i, std::size_t slot,
+                         std::shared_ptr<Pbr::ClassProgram const> program) {
     ClassRecord& record = classes_[i];
-    // A class built before whose action and class-map stayed has the same programs, at its
-    // new priority.
-    bool const same = record.built;
-    auto perFamily =
-        same ? Pbr::ClassProgramBuilder::PerFamily()
-             : builder_.classPrograms(record.name, record.priority,
-                                      currCfg_->classAction(record.name).get(), *cmapTypeConfig_);
-    for (std::size_t slot = 0; slot < 2; ++slot) {
-      std::shared_ptr<Pbr::ClassProgram const> program;
-      if (perFamily[slot]) {
-        program = std::make_shared<Pbr::ClassProgram const>(std::move(*perFamily[slot]));
-      } else if (same && record.programIndex[slot] != kNoProgram) {
-        program = before[slot]->classes[record.programIndex[slot]];
-        if (program->priority != record.priority) {
-          auto moved = std::make_shared<Pbr::ClassProgram>(*program);
-          moved->priority = record.priority;
-          program = std::move(moved);
+    record.programIndex[slot] = static_cast<std::uint32_t>(programs[slot]->classes.size());
+    programs[slot]->classes.push_back(std::move(program));
+    programClasses_[slot].push_back(i);
+  };
+  for (std::uint32_t i = 0; i < classes_.size(); ++i) {
+    if (i + Cog::kPrefetchDistance < classes_.size()) {
+      ClassRecord const& ahead = classes_[i + Cog::kPrefetchDistance];
+      for (std::size_t slot = 0; ahead.built && slot < 2; ++slot) {
+        if (ahead.programIndex[slot] != kNoProgram) {
+          Cog::prefetchSharedCount(before[slot]->classes[ahead.programIndex[slot]].get());
         }
       }
-      record.programIndex[slot] = kNoProgram;
-      if (program) {
-        record.cmapVersion = program->cmapVersion;
-        record.programIndex[slot] = static_cast<std::uint32_t>(programs[slot]->classes.size());
-        programs[slot]->classes.push_back(std::move(program));
-        programClasses_[slot].push_back(i);
-      }
     }
-    record.built = true;
+    ClassRecord& record = classes_[i];
+    if (!record.built) {
+      auto perFamily = builder_.classPrograms(
+          record.name, record.priority, currCfg_->classAction(record.name).get(), *cmapTypeConfig_);
+      for (std::size_t slot = 0; slot < 2; ++slot) {
+        record.programIndex[slot] = kNoProgram;
+        if (perFamily[slot]) {
+          record.cmapVersion = perFamily[slot]->cmapVersion;
+          place(i, slot, std::make_shared<Pbr::ClassProgram const>(std::move(*perFamily[slot])));
+        }
+      }
+      record.built = true;
+      record.builtPriority = record.priority;
+      continue;
+    }
+    // Built before, and its action and class-map stayed: the same programs, at its new
+    // priority. Read only when it moved: the programs lie all over the heap.
+    bool const moved = record.builtPriority != record.priority;
+    record.builtPriority = record.priority;
+    for (std::size_t slot = 0; slot < 2; ++slot) {
+      if (record.programIndex[slot] == kNoProgram) {
+        continue;
+      }
+      std::shared_ptr<Pbr::ClassProgram const> program =
+          before[slot]->classes[record.programIndex[slot]];
+      if (moved) {
+        auto copy = std::make_shared<Pbr::ClassProgram>(*program);
+        copy->priority = record.priority;
+        program = std::move(copy);
+      }
+      place(i, slot, std::move(program));
+    }
   }
   for (std::size_t slot = 0; slot < 2; ++slot) {
     programs_[slot] = programs[slot]->classes.empty() ? nullptr : std::move(programs[slot]);

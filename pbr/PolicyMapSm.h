@@ -104,6 +104,7 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
     // Whether its programs are built from its action and class-map as they stand; where they
     // are in programs_.
     bool built = false;
+    ClassPriority builtPriority = 0;  // the priority its programs have
     std::array<std::uint32_t, 2> programIndex{kNoProgram, kNoProgram};
     Cog::Ptr<ClassMapStatus> status;
     std::uint32_t pending = 0;

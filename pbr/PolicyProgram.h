@@ -8,6 +8,7 @@
 
 #include "models/acl/IpFilter.h"
 #include "models/policymap/PolicyMapTypes.h"
+#include "platform/cog/SharedPrefetch.h"
 #include "platform/cog/System.h"
 #include "platform/kiln/UniqueId.h"
 #include "platform/nwk/AddressFamily.h"
@@ -78,6 +79,13 @@ struct PolicyProgram {
   bool makeBeforeBreak = true;
   // Install every class or none.
   bool atomic = false;
+
+  PolicyProgram() = default;
+  PolicyProgram(PolicyProgram const&) = default;
+  PolicyProgram(PolicyProgram&&) = default;
+  PolicyProgram& operator=(PolicyProgram const&) = default;
+  PolicyProgram& operator=(PolicyProgram&&) = default;
+  ~PolicyProgram() { Cog::releaseShared(classes); }
 };
 
 // The outcome of programming one class on one interface.

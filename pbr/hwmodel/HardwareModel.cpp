@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "pbr/ClassAlignment.h"
+#include "platform/cog/SharedPrefetch.h"
 #include "platform/trace/Trace.h"
 
 namespace Pbr {
@@ -243,6 +244,10 @@ std::shared_ptr<HardwareModel::Job> HardwareModel::plan(
       [&program](std::size_t i) -> std::string_view { return program->classes[i]->name; }, oldCount,
       [old](std::size_t j) -> std::string_view { return old->classes[j]->program().name; }, shared);
   for (std::size_t i = 0; i < places.size(); ++i) {
+    if (std::size_t const ahead = i + Cog::kPrefetchDistance;
+        ahead < places.size() && places[ahead] != ClassAlignment::kNone) {
+      Cog::prefetchSharedCount(old->classes[places[ahead]].get());
+    }
     std::size_t const j = places[i];
     if (j != ClassAlignment::kNone && !oldKept[j] &&
         (shared(i, j) || old->classes[j]->program().samePlacement(*program->classes[i]))) {

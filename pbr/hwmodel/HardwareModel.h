@@ -13,6 +13,7 @@
 #include "pbr/hwmodel/HwClass.h"
 #include "pbr/hwmodel/LineCard.h"
 #include "pbr/hwmodel/Packet.h"
+#include "platform/cog/SharedPrefetch.h"
 #include "platform/kiln/Task.h"
 #include "platform/kiln/TaskScheduler.h"
 #include "platform/kiln/TimerTask.h"
@@ -98,6 +99,7 @@ class HardwareModel : public Dataplane {
     std::shared_ptr<PolicyProgram const> program;
     std::size_t entryCount = 0;
     EntryIndex const& index() const;
+    ~Version() { Cog::releaseShared(classes); }
 
    private:
     mutable std::optional<EntryIndex> index_;

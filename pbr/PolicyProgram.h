@@ -85,6 +85,8 @@ struct PolicyProgram {
   PolicyProgram(PolicyProgram&&) = default;
   PolicyProgram& operator=(PolicyProgram const&) = default;
   PolicyProgram& operator=(PolicyProgram&&) = default;
+  // Releases its classes asking for their reference counts ahead: a program of many classes
+  // would otherwise stall on each of them.
   ~PolicyProgram() { Cog::releaseShared(classes); }
 };
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Installs the dependencies, builds the library, programs and tests and runs every test.
-# An argument picks another build: --release (-O3, benchmarks included) or --sanitize (address
-# and undefined-behaviour sanitizers).
+# Installs the dependencies, builds everything (benchmarks included) at -O3 with line tables and
+# runs every test. An argument picks another build: --release (the same without line tables, for
+# benchmarking) or --sanitize (address and undefined-behaviour sanitizers, benchmarks left out).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh

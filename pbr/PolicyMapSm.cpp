@@ -143,11 +143,12 @@ void PolicyMapSm::classMapNotified(Cog::String const& name) {
 }
 
 void PolicyMapSm::handleClassMap(Cog::String const& name) {
-  if (!initialized_ || !classIndex_.contains(name) || builder_.current(name, *cmapTypeConfig_)) {
+  // classMapNotified marked the class when its class-map changed.
+  auto const found = classIndex_.find(name);
+  if (!initialized_ || found == classIndex_.end() || classes_[found->second].built) {
     return;
   }
   TRACE(gTrace, 4, key_.strDesc(), " class-map ", name, " changed");
-  classes_[classIndex_.at(name)].built = false;
   rebuildPrograms();
   programAll();
   flush();

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <utility>
 
 namespace Agent {
 
@@ -46,21 +45,6 @@ class PositionedDomParser {
   bool outOfRange_ = false;
 };
 
-// 1-based line and byte column of the byte before `position` (the parser reports one past the
-// byte that failed, or the end of the text).
-std::pair<std::size_t, std::size_t> lineAndColumn(std::string const& text, std::size_t position) {
-  std::size_t const failed = std::min(position > 0 ? position - 1 : 0, text.size());
-  std::size_t line = 1;
-  std::size_t lineStart = 0;
-  for (std::size_t i = 0; i < failed; ++i) {
-    if (text[i] == '\n') {
-      ++line;
-      lineStart = i + 1;
-    }
-  }
-  return {line, failed - lineStart + 1};
-}
-
 }  // namespace
 
 JsonText parseJsonText(std::string const& text) {
@@ -69,12 +53,25 @@ JsonText parseJsonText(std::string const& text) {
   if (Json::sax_parse(text, &parser)) {
     return result;
   }
-  auto const [line, column] = lineAndColumn(text, parser.position());
   result.value = Json();
-  result.error =
-      std::string(parser.outOfRange() ? "JSON number out of range" : "JSON syntax error") +
-      " at line " + std::to_string(line) + ", column " + std::to_string(column);
+  // The parser reports one past the byte that failed, or the end of the text.
+  std::size_t const position = parser.position();
+  result.error = jsonErrorAt(text, position > 0 ? position - 1 : 0, parser.outOfRange());
   return result;
+}
+
+std::string jsonErrorAt(std::string_view text, std::size_t offset, bool outOfRange) {
+  std::size_t const failed = std::min(offset, text.size());
+  std::size_t line = 1;
+  std::size_t lineStart = 0;
+  for (std::size_t i = 0; i < failed; ++i) {
+    if (text[i] == '\n') {
+      ++line;
+      lineStart = i + 1;
+    }
+  }
+  return std::string(outOfRange ? "JSON number out of range" : "JSON syntax error") + " at line " +
+         std::to_string(line) + ", column " + std::to_string(failed - lineStart + 1);
 }
 
 }  // namespace Agent

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 #include <string>
+#include <string_view>
 
 namespace Agent {
 
@@ -16,5 +17,9 @@ struct JsonText {
 // Parses untrusted text without throwing: every failure, a number too large for a double
 // included, comes back as a position, and nothing of the text is echoed.
 JsonText parseJsonText(std::string const& text);
+
+// The error of a parser that failed at byte `offset` of `text` (the end of the text, when
+// past it): "JSON syntax error at line 3, column 7", or "JSON number out of range at ...".
+std::string jsonErrorAt(std::string_view text, std::size_t offset, bool outOfRange);
 
 }  // namespace Agent

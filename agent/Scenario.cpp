@@ -1,5 +1,7 @@
 #include "agent/Scenario.h"
 
+#include <rapidjson/document.h>
+
 #include <algorithm>
 #include <initializer_list>
 #include <limits>
@@ -7,7 +9,7 @@
 #include <optional>
 #include <set>
 #include <string_view>
-#include <unordered_map>
+#include <unordered_set>
 
 #include "agent/JsonText.h"
 #include "agent/QuotedText.h"
@@ -19,7 +21,7 @@ namespace Agent {
 namespace {
 
 Trace::Handle gTrace("Agent");
-using Json = nlohmann::json;
+using Json = rapidjson::Value;
 using VrfId = Vrf::VrfIdMap::VrfId;
 
 constexpr std::size_t kMaxVrfNameLength = 100;
@@ -27,6 +29,40 @@ constexpr std::size_t kMaxVrfNameLength = 100;
 // second: a rate must stay below 2^64 / 8 once it is a float.
 constexpr double kPoliceRateLimit = 2305843009213693952.0;  // 2^61
 constexpr std::size_t kMaxMessageChars = 160;
+
+std::string_view text(Json const& string) { return {string.GetString(), string.GetStringLength()}; }
+
+// The value of the first member `name` of an object; null when there is none.
+Json const* member(Json const& object, std::string_view name) {
+  for (auto m = object.MemberBegin(); m != object.MemberEnd(); ++m) {
+    if (text(m->name) == name) {
+      return &m->value;
+    }
+  }
+  return nullptr;
+}
+
+// Where an item is in the document ("rules[3].actions"), spelt out only when an error or a
+// warning names it. Refers to its parent: a path lives no longer than its parent's.
+class Path {
+ public:
+  Path(char const* root) : name_(root) {}  // NOLINT: a key of the document's root
+  Path(Path const& parent, char const* field) : parent_(&parent), name_(field) {}
+  Path(Path const& parent, std::size_t index) : parent_(&parent), index_(index) {}
+
+  std::string text() const {
+    std::string out = parent_ ? parent_->text() : std::string();
+    if (!name_) {
+      return out + "[" + std::to_string(index_) + "]";
+    }
+    return out + (parent_ ? "." : "") + name_;
+  }
+
+ private:
+  Path const* parent_ = nullptr;
+  char const* name_ = nullptr;  // null: an element of the parent array
+  std::size_t index_ = 0;
+};
 
 bool validVrfName(std::string const& name) {
   return !name.empty() && name.size() <= kMaxVrfNameLength && !hasControlCharacter(name);
@@ -40,7 +76,7 @@ class Loader {
   Loader(MountedRecords& records, ScenarioResult& result) : records_(records), result_(result) {}
 
   void load(Json const& scenario) {
-    if (!scenario.is_object()) {
+    if (!scenario.IsObject()) {
       error("scenario", "expected an object");
       return;
     }
@@ -48,23 +84,26 @@ class Loader {
         scenario, "scenario",
         {"vrfs", "interfaces", "flowspec", "rules", "lineCards", "packets", "counterRequests"});
     forEach(scenario, "vrfs", "vrfs",
-            [this](Json const& item, std::string const& where) { loadVrf(item, where); });
+            [this](Json const& item, Path const& where) { loadVrf(item, where); });
     forEach(scenario, "interfaces", "interfaces",
-            [this](Json const& item, std::string const& where) { loadInterface(item, where); });
-    if (auto const it = scenario.find("flowspec"); it != scenario.end()) {
+            [this](Json const& item, Path const& where) { loadInterface(item, where); });
+    if (Json const* it = member(scenario, "flowspec")) {
       loadFlowspec(*it);
     }
-    if (auto const it = scenario.find("rules"); it != scenario.end() && it->is_array()) {
-      rules_.reserve(it->size());
+    if (Json const* it = member(scenario, "rules"); it && it->IsArray()) {
+      rules_.reserve(it->Size());
+      ruleWhere_.reserve(it->Size());
+      ruleIndex_.reserve(it->Size());
     }
     forEach(scenario, "rules", "rules",
-            [this](Json const& item, std::string const& where) { loadRule(item, where); });
+            [this](Json const& item, Path const& where) { loadRule(item, where); });
+    writeRules();
     forEach(scenario, "lineCards", "lineCards",
-            [this](Json const& item, std::string const& where) { loadLineCard(item, where); });
+            [this](Json const& item, Path const& where) { loadLineCard(item, where); });
     forEach(scenario, "packets", "packets",
-            [this](Json const& item, std::string const& where) { loadStream(item, where); });
+            [this](Json const& item, Path const& where) { loadStream(item, where); });
     forEach(scenario, "counterRequests", "counterRequests",
-            [this](Json const& item, std::string const& where) {
+            [this](Json const& item, Path const& where) {
               if (auto const at = seconds(item, where)) {
                 result_.hardware.counterRequests.push_back(*at);
               }
@@ -73,22 +112,22 @@ class Loader {
 
  private:
   template <class F>
-  void forEach(Json const& parent, char const* name, std::string const& path, F&& load) {
-    auto const it = parent.find(name);
-    if (it == parent.end()) {
+  void forEach(Json const& parent, char const* name, Path const& path, F&& load) {
+    Json const* it = member(parent, name);
+    if (!it) {
       return;
     }
-    if (!it->is_array()) {
+    if (!it->IsArray()) {
       error(path, "expected an array");
       return;
     }
-    for (std::size_t i = 0; i < it->size(); ++i) {
-      load((*it)[i], path + "[" + std::to_string(i) + "]");
+    for (rapidjson::SizeType i = 0; i < it->Size(); ++i) {
+      load((*it)[i], Path(path, i));
     }
   }
 
-  void error(std::string const& where, std::string const& what) {
-    std::string const line = where + ": " + what;
+  void error(Path const& where, std::string const& what) {
+    std::string const line = where.text() + ": " + what;
     TRACE(gTrace, 0, "scenario error: ", line);
     result_.errors.push_back(line);
   }
@@ -100,12 +139,16 @@ class Loader {
   }
 
   // Reports every key of `object` not in `keys`; false when there was one.
-  bool knownKeys(Json const& object, std::string const& where,
+  bool knownKeys(Json const& object, Path const& where,
                  std::initializer_list<std::string_view> keys) {
     bool known = true;
-    for (auto const& [key, value] : object.items()) {
+    for (auto m = object.MemberBegin(); m != object.MemberEnd(); ++m) {
+      std::string_view const key = text(m->name);
       if (std::find(keys.begin(), keys.end(), key) == keys.end()) {
-        error(where, "unknown key " + quotedValue(key));
+        error(where, "unknown key " + quotedValue(std::string(key)));
+        known = false;
+      } else if (member(object, key) != &m->value) {
+        error(where, "duplicate key " + quotedValue(std::string(key)));
         known = false;
       }
     }
@@ -113,54 +156,53 @@ class Loader {
   }
 
   // An object item with only the given keys.
-  bool itemObject(Json const& item, std::string const& where,
+  bool itemObject(Json const& item, Path const& where,
                   std::initializer_list<std::string_view> keys) {
-    if (!item.is_object()) {
+    if (!item.IsObject()) {
       error(where, "expected an object");
       return false;
     }
     return knownKeys(item, where, keys);
   }
 
-  Json const* required(Json const& item, char const* field, std::string const& where) {
-    auto const it = item.find(field);
-    if (it == item.end()) {
+  Json const* required(Json const& item, char const* field, Path const& where) {
+    Json const* value = member(item, field);
+    if (!value) {
       error(where, std::string("missing \"") + field + "\"");
-      return nullptr;
     }
-    return &*it;
+    return value;
   }
 
-  std::optional<std::string> string(Json const& item, char const* field, std::string const& where) {
+  // A string member, as it stands in the document.
+  std::optional<std::string_view> string(Json const& item, char const* field, Path const& where) {
     Json const* value = required(item, field, where);
     if (!value) {
       return std::nullopt;
     }
-    if (!value->is_string()) {
-      error(where + "." + field, "expected a string");
+    if (!value->IsString()) {
+      error(Path(where, field), "expected a string");
       return std::nullopt;
     }
-    return value->get<std::string>();
+    return text(*value);
   }
 
-  std::optional<std::uint64_t> unsignedField(Json const& item, char const* field,
-                                             std::string const& where, std::uint64_t max) {
+  std::optional<std::uint64_t> unsignedField(Json const& item, char const* field, Path const& where,
+                                             std::uint64_t max) {
     Json const* value = required(item, field, where);
     if (!value) {
       return std::nullopt;
     }
-    if (!value->is_number_unsigned() || value->get<std::uint64_t>() > max) {
-      error(where + "." + field, "expected a number from 0 to " + std::to_string(max));
+    if (!value->IsUint64() || value->GetUint64() > max) {
+      error(Path(where, field), "expected a number from 0 to " + std::to_string(max));
       return std::nullopt;
     }
-    return value->get<std::uint64_t>();
+    return value->GetUint64();
   }
 
-  std::optional<std::string> vrfName(Json const& item, char const* field,
-                                     std::string const& where) {
-    auto name = string(item, field, where);
+  std::optional<std::string> vrfName(Json const& item, char const* field, Path const& where) {
+    std::optional<std::string> const name(string(item, field, where));
     if (name && !validVrfName(*name)) {
-      error(where + "." + field,
+      error(Path(where, field),
             "a VRF name has 1 to 100 characters, none a control character: " + quotedValue(*name));
       return std::nullopt;
     }
@@ -169,28 +211,28 @@ class Loader {
 
   // A VRF given by id (a number; one the scenario does not declare is a warning) or by a name
   // declared in "vrfs".
-  std::optional<VrfId> vrfRef(Json const& ref, std::string const& where) {
-    if (ref.is_number_unsigned() && ref.get<std::uint64_t>() < Vrf::VrfIdMap::kInvalidVrfId) {
-      auto const id = static_cast<VrfId>(ref.get<std::uint64_t>());
+  std::optional<VrfId> vrfRef(Json const& ref, Path const& where) {
+    if (ref.IsUint64() && ref.GetUint64() < Vrf::VrfIdMap::kInvalidVrfId) {
+      auto const id = static_cast<VrfId>(ref.GetUint64());
       if (!vrfNames_.contains(id)) {
         pendingWarnings_.emplace_back(
-            where, "VRF id " + std::to_string(id) + " is not declared in \"vrfs\"");
+            where.text(), "VRF id " + std::to_string(id) + " is not declared in \"vrfs\"");
       }
       return id;
     }
-    if (ref.is_string()) {
-      auto const it = vrfIds_.find(ref.get<std::string>());
+    if (ref.IsString()) {
+      auto const it = vrfIds_.find(std::string(text(ref)));
       if (it != vrfIds_.end()) {
         return it->second.first;
       }
-      error(where, "unknown VRF " + quotedValue(ref.get<std::string>()));
+      error(where, "unknown VRF " + quotedValue(std::string(text(ref))));
       return std::nullopt;
     }
     error(where, "expected a VRF id below 16777215 or a declared VRF name");
     return std::nullopt;
   }
 
-  void loadVrf(Json const& item, std::string const& where) {
+  void loadVrf(Json const& item, Path const& where) {
     if (!itemObject(item, where, {"id", "name"})) {
       return;
     }
@@ -201,44 +243,44 @@ class Loader {
     }
     auto const vrfId = static_cast<VrfId>(*id);
     if (auto const it = vrfNames_.find(vrfId); it != vrfNames_.end()) {
-      error(where + ".id",
+      error(Path(where, "id"),
             "duplicate VRF id " + std::to_string(vrfId) + " (also " + it->second.second + ")");
       return;
     }
     if (auto const it = vrfIds_.find(*name); it != vrfIds_.end()) {
-      error(where + ".name",
+      error(Path(where, "name"),
             "duplicate VRF name " + quotedValue(*name) + " (also " + it->second.second + ")");
       return;
     }
-    vrfIds_.emplace(*name, std::make_pair(vrfId, where));
-    vrfNames_.emplace(vrfId, std::make_pair(*name, where));
+    vrfIds_.emplace(*name, std::make_pair(vrfId, where.text()));
+    vrfNames_.emplace(vrfId, std::make_pair(*name, where.text()));
     records_.vrfIdStatus->vrfEntryIs(vrfId, *name);
     ++result_.vrfs;
   }
 
-  std::optional<Nwk::IntfId> intfName(Json const& item, std::string const& where) {
+  std::optional<Nwk::IntfId> intfName(Json const& item, Path const& where) {
     auto const name = string(item, "name", where);
     if (!name) {
       return std::nullopt;
     }
     auto intf = Nwk::IntfId::parse(*name);
     if (!intf) {
-      error(where + ".name", "invalid interface name " + quotedValue(*name));
+      error(Path(where, "name"), "invalid interface name " + quotedValue(*name));
     }
     return intf;
   }
 
   bool unique(std::map<Nwk::IntfId, std::string>& seen, Nwk::IntfId const& intf,
-              std::string const& where) {
-    auto const [it, inserted] = seen.emplace(intf, where);
+              Path const& where) {
+    auto const [it, inserted] = seen.emplace(intf, where.text());
     if (!inserted) {
-      error(where + ".name",
+      error(Path(where, "name"),
             "duplicate interface " + quotedValue(intf.name()) + " (also " + it->second + ")");
     }
     return inserted;
   }
 
-  void loadInterface(Json const& item, std::string const& where) {
+  void loadInterface(Json const& item, Path const& where) {
     if (!itemObject(item, where, {"name", "vrf"})) {
       return;
     }
@@ -252,22 +294,22 @@ class Loader {
   }
 
   // Seconds after start: a number from 0 to a day.
-  std::optional<double> seconds(Json const& value, std::string const& where) {
-    if (!value.is_number() || !(value.get<double>() >= 0) || value.get<double>() > 86400) {
+  std::optional<double> seconds(Json const& value, Path const& where) {
+    if (!value.IsNumber() || !(value.GetDouble() >= 0) || value.GetDouble() > 86400) {
       error(where, "expected seconds from 0 to 86400");
       return std::nullopt;
     }
-    return value.get<double>();
+    return value.GetDouble();
   }
 
-  void loadLineCard(Json const& item, std::string const& where) {
+  void loadLineCard(Json const& item, Path const& where) {
     if (!itemObject(
             item, where,
             {"name", "ipv4Entries", "ipv6Entries", "rangeCheckers", "interfaces", "unsupported"})) {
       return;
     }
     HardwareSpec::LineCard card;
-    auto const name = string(item, "name", where);
+    std::optional<std::string> const name(string(item, "name", where));
     auto const v4 = unsignedField(item, "ipv4Entries", where, 10'000'000);
     auto const v6 = unsignedField(item, "ipv6Entries", where, 10'000'000);
     auto const checkers = unsignedField(item, "rangeCheckers", where, 65535);
@@ -275,11 +317,12 @@ class Loader {
       return;
     }
     if (name->empty() || name->size() > 64 || hasControlCharacter(*name)) {
-      error(where + ".name", "a line card name has 1 to 64 characters, none a control character");
+      error(Path(where, "name"),
+            "a line card name has 1 to 64 characters, none a control character");
       return;
     }
     if (lineCards_.contains(*name)) {
-      error(where + ".name", "duplicate line card " + quotedValue(*name));
+      error(Path(where, "name"), "duplicate line card " + quotedValue(*name));
       return;
     }
     card = {*name,
@@ -289,18 +332,19 @@ class Loader {
             {},
             0,
             0};
-    if (auto const it = item.find("interfaces"); it != item.end()) {
-      if (!it->is_array()) {
-        error(where + ".interfaces", "expected an array of interface names");
+    if (Json const* it = member(item, "interfaces")) {
+      Path const interfaces(where, "interfaces");
+      if (!it->IsArray()) {
+        error(interfaces, "expected an array of interface names");
         return;
       }
-      for (std::size_t i = 0; i < it->size(); ++i) {
-        std::string const at = where + ".interfaces[" + std::to_string(i) + "]";
-        if (!(*it)[i].is_string() || !Nwk::IntfId::parse((*it)[i].get<std::string>())) {
+      for (rapidjson::SizeType i = 0; i < it->Size(); ++i) {
+        Path const at(interfaces, i);
+        std::string const intf = (*it)[i].IsString() ? std::string(text((*it)[i])) : "";
+        if (!Nwk::IntfId::parse(intf)) {
           error(at, "expected an interface name");
           return;
         }
-        std::string const intf = (*it)[i].get<std::string>();
         if (cardOfIntf_.contains(intf) ||
             std::count(card.interfaces.begin(), card.interfaces.end(), intf) > 0) {
           error(at, "interface " + quotedValue(intf) + " is on a line card already");
@@ -309,8 +353,8 @@ class Loader {
         card.interfaces.push_back(intf);
       }
     }
-    if (auto const it = item.find("unsupported"); it != item.end()) {
-      if (!itemObject(*it, where + ".unsupported", {"ipv4", "ipv6"}) ||
+    if (Json const* it = member(item, "unsupported")) {
+      if (!itemObject(*it, Path(where, "unsupported"), {"ipv4", "ipv6"}) ||
           !qualifiers(*it, "ipv4", Nwk::AddressFamily::ipv4, where, card.unsupportedIpv4) ||
           !qualifiers(*it, "ipv6", Nwk::AddressFamily::ipv6, where, card.unsupportedIpv6)) {
         return;
@@ -325,45 +369,47 @@ class Loader {
 
   // The qualifier names of one family, as a line card reports them ("ip-length", ...).
   bool qualifiers(Json const& unsupported, char const* family, Nwk::AddressFamily af,
-                  std::string const& where, Pbr::QualifierSet& set) {
-    auto const it = unsupported.find(family);
-    if (it == unsupported.end()) {
+                  Path const& where, Pbr::QualifierSet& set) {
+    Json const* it = member(unsupported, family);
+    if (!it) {
       return true;
     }
-    std::string const at = where + ".unsupported." + family;
-    if (!it->is_array()) {
+    Path const unsupportedPath(where, "unsupported");
+    Path const at(unsupportedPath, family);
+    if (!it->IsArray()) {
       error(at, "expected an array of qualifier names");
       return false;
     }
-    for (auto const& name : *it) {
+    for (auto const& name : it->GetArray()) {
       bool found = false;
-      for (int bit = 0; bit < Pbr::kQualifierCount && name.is_string(); ++bit) {
+      for (int bit = 0; bit < Pbr::kQualifierCount && name.IsString(); ++bit) {
         auto const qualifier = static_cast<Pbr::Qualifier>(1 << bit);
-        if (name.get<std::string>() == Pbr::qualifierName(qualifier, af)) {
+        if (text(name) == Pbr::qualifierName(qualifier, af)) {
           set |= qualifier;
           found = true;
         }
       }
       if (!found) {
-        error(at, "unknown qualifier " + (name.is_string() ? quotedValue(name.get<std::string>())
-                                                           : std::string("(not a string)")));
+        error(at, "unknown qualifier " + (name.IsString() ? quotedValue(std::string(text(name)))
+                                                          : std::string("(not a string)")));
         return false;
       }
     }
     return true;
   }
 
-  void loadStream(Json const& item, std::string const& where) {
+  void loadStream(Json const& item, Path const& where) {
     if (!itemObject(item, where, {"at", "interface", "count", "fields"})) {
       return;
     }
     HardwareSpec::Stream stream;
-    auto const at = item.contains("at") ? seconds(item["at"], where + ".at") : std::nullopt;
+    Json const* atJson = member(item, "at");
+    auto const at = atJson ? seconds(*atJson, Path(where, "at")) : std::nullopt;
     auto const intf = string(item, "interface", where);
     auto const count = unsignedField(item, "count", where, 1'000'000);
     Json const* fields = required(item, "fields", where);
-    if (!item.contains("at") || !at || !intf || !count || !fields) {
-      if (!item.contains("at")) {
+    if (!atJson || !at || !intf || !count || !fields) {
+      if (!atJson) {
         error(where, "missing \"at\"");
       }
       return;
@@ -371,12 +417,12 @@ class Loader {
     stream.at = *at;
     stream.interface = *intf;
     stream.count = static_cast<std::uint32_t>(*count);
-    if (packet(*fields, where + ".fields", stream.packet)) {
+    if (packet(*fields, Path(where, "fields"), stream.packet)) {
       result_.hardware.streams.push_back(std::move(stream));
     }
   }
 
-  bool packet(Json const& fields, std::string const& where, Pbr::Packet& packet) {
+  bool packet(Json const& fields, Path const& where, Pbr::Packet& packet) {
     if (!itemObject(fields, where,
                     {"family", "src", "dst", "protocol", "sport", "dport", "icmpType", "icmpCode",
                      "tcpFlags", "length", "dscp", "fragment"})) {
@@ -385,7 +431,7 @@ class Loader {
     auto const family = string(fields, "family", where);
     if (!family || (*family != "ipv4" && *family != "ipv6")) {
       if (family) {
-        error(where + ".family", "expected \"ipv4\" or \"ipv6\"");
+        error(Path(where, "family"), "expected \"ipv4\" or \"ipv6\"");
       }
       return false;
     }
@@ -395,7 +441,7 @@ class Loader {
       auto const parsed = text ? Nwk::IpGenAddr::parse(*text) : std::nullopt;
       if (!parsed || parsed->af() != packet.af) {
         if (text) {
-          error(where + "." + field, "expected an address of the packet's family");
+          error(Path(where, field), "expected an address of the packet's family");
         }
         return false;
       }
@@ -413,7 +459,7 @@ class Loader {
           Numeric{"dport", 65535, &dport}, Numeric{"icmpType", 255, &icmpType},
           Numeric{"icmpCode", 255, &icmpCode}, Numeric{"tcpFlags", 0x1FF, &tcpFlags},
           Numeric{"length", 65535, &length}, Numeric{"dscp", 63, &dscp}}) {
-      if (fields.contains(n.name)) {
+      if (member(fields, n.name)) {
         auto const value = unsignedField(fields, n.name, where, n.max);
         if (!value) {
           return false;
@@ -429,35 +475,35 @@ class Loader {
     packet.tcpFlags = static_cast<std::uint16_t>(tcpFlags);
     packet.length = static_cast<std::uint16_t>(length);
     packet.trafficClass = static_cast<std::uint8_t>(dscp << 2);
-    if (auto const it = fields.find("fragment"); it != fields.end()) {
-      if (!it->is_boolean()) {
-        error(where + ".fragment", "expected true or false");
+    if (Json const* it = member(fields, "fragment")) {
+      if (!it->IsBool()) {
+        error(Path(where, "fragment"), "expected true or false");
         return false;
       }
-      packet.fragment = it->get<bool>();
+      packet.fragment = it->GetBool();
     }
     return true;
   }
 
   void loadFlowspec(Json const& flowspec) {
-    if (!flowspec.is_object()) {
-      error("flowspec", "expected an object");
+    Path const flowspecPath("flowspec");
+    if (!flowspec.IsObject()) {
+      error(flowspecPath, "expected an object");
       return;
     }
-    knownKeys(flowspec, "flowspec", {"interfaces", "allInterfaces"});
-    if (auto const all = flowspec.find("allInterfaces"); all != flowspec.end()) {
-      if (all->is_boolean()) {
-        records_.config->enabledIntfAllIs(all->get<bool>());
+    knownKeys(flowspec, flowspecPath, {"interfaces", "allInterfaces"});
+    if (Json const* all = member(flowspec, "allInterfaces")) {
+      if (all->IsBool()) {
+        records_.config->enabledIntfAllIs(all->GetBool());
       } else {
-        error("flowspec.allInterfaces", "expected true or false");
+        error(Path(flowspecPath, "allInterfaces"), "expected true or false");
       }
     }
-    forEach(
-        flowspec, "interfaces", "flowspec.interfaces",
-        [this](Json const& item, std::string const& where) { loadEnabledInterface(item, where); });
+    forEach(flowspec, "interfaces", Path(flowspecPath, "interfaces"),
+            [this](Json const& item, Path const& where) { loadEnabledInterface(item, where); });
   }
 
-  void loadEnabledInterface(Json const& item, std::string const& where) {
+  void loadEnabledInterface(Json const& item, Path const& where) {
     if (!itemObject(item, where, {"name", "ipVersion"})) {
       return;
     }
@@ -466,14 +512,14 @@ class Loader {
       return;
     }
     Flowspec::IpVersion ipVersion = Flowspec::IpVersion::ipv4AndIpv6;
-    if (auto const version = item.find("ipVersion"); version != item.end()) {
-      std::string const text = version->is_string() ? version->get<std::string>() : "";
-      if (text == "ipv4") {
+    if (Json const* version = member(item, "ipVersion")) {
+      std::string_view const name = version->IsString() ? text(*version) : "";
+      if (name == "ipv4") {
         ipVersion = Flowspec::IpVersion::ipv4;
-      } else if (text == "ipv6") {
+      } else if (name == "ipv6") {
         ipVersion = Flowspec::IpVersion::ipv6;
-      } else if (text != "both") {
-        error(where + ".ipVersion", "expected \"ipv4\", \"ipv6\" or \"both\"");
+      } else if (name != "both") {
+        error(Path(where, "ipVersion"), "expected \"ipv4\", \"ipv6\" or \"both\"");
         return;
       }
     }
@@ -484,13 +530,13 @@ class Loader {
     ++result_.enabledInterfaces;
   }
 
-  void loadRule(Json const& item, std::string const& where) {
+  void loadRule(Json const& item, Path const& where) {
     pendingWarnings_.clear();
     if (!itemObject(item, where, {"vrf", "id", "match", "actions"})) {
       return;
     }
     Json const* vrfJson = required(item, "vrf", where);
-    auto const vrf = vrfJson ? vrfRef(*vrfJson, where + ".vrf") : std::nullopt;
+    auto const vrf = vrfJson ? vrfRef(*vrfJson, Path(where, "vrf")) : std::nullopt;
     auto const id =
         vrf ? unsignedField(item, "id", where, std::numeric_limits<std::uint64_t>::max())
             : std::nullopt;
@@ -501,31 +547,47 @@ class Loader {
     std::string parseError;
     auto const key = Flowspec::FlowspecKey::parse(*match, &parseError);
     if (!key) {
-      error(where + ".match", escaped(parseError, kMaxMessageChars));
+      error(Path(where, "match"), escaped(parseError, kMaxMessageChars));
       return;
     }
     Flowspec::Rule rule;
     rule.key = Flowspec::FlowspecTidalKey(*vrf, *key);
     rule.ruleId = *id;
-    if (auto const actions = item.find("actions"); actions != item.end()) {
-      if (!loadActions(*actions, where + ".actions", key->af(), rule)) {
+    if (Json const* actions = member(item, "actions")) {
+      if (!loadActions(*actions, Path(where, "actions"), key->af(), rule)) {
         return;
       }
     }
-    auto const [it, inserted] = rules_.emplace(rule.key, where);
+    rules_.push_back(std::move(rule));
+    auto const [it, inserted] = ruleIndex_.insert(rules_.size() - 1);
     if (!inserted) {
-      error(where + ".match",
-            "duplicate rule in VRF " + std::to_string(*vrf) + " (also " + it->second + ")");
+      rules_.pop_back();
+      error(Path(where, "match"),
+            "duplicate rule in VRF " + std::to_string(*vrf) + " (also " + ruleWhere_[*it] + ")");
       return;
     }
+    ruleWhere_.push_back(where.text());
     for (auto const& [path, what] : pendingWarnings_) {
       warning(path, what);
     }
-    records_.ruleSet->ruleIs(rule);
     ++result_.rules;
   }
 
-  bool loadActions(Json const& actions, std::string const& where, Nwk::AddressFamily af,
+  // Writes the loaded rules in key order: each insertion then walks the part of the table it
+  // has just written, which stays in cache, rather than a random path through all of it.
+  void writeRules() {
+    std::vector<std::uint32_t> order(rules_.size());
+    for (std::uint32_t i = 0; i < order.size(); ++i) {
+      order[i] = i;
+    }
+    std::sort(order.begin(), order.end(),
+              [this](std::uint32_t a, std::uint32_t b) { return rules_[a].key < rules_[b].key; });
+    for (std::uint32_t const i : order) {
+      records_.ruleSet->ruleIs(rules_[i]);
+    }
+  }
+
+  bool loadActions(Json const& actions, Path const& where, Nwk::AddressFamily af,
                    Flowspec::Rule& rule) {
     if (!itemObject(actions, where, {"permit", "deny", "police", "dscp", "redirect"})) {
       return false;
@@ -533,34 +595,34 @@ class Loader {
     std::uint8_t bits = 0;
     for (auto const& [name, bit] :
          {std::pair<char const*, std::uint8_t>{"permit", 0x02}, {"deny", 0x04}}) {
-      if (auto const it = actions.find(name); it != actions.end()) {
-        if (!it->is_boolean()) {
-          error(where + "." + name, "expected true or false");
+      if (Json const* it = member(actions, name)) {
+        if (!it->IsBool()) {
+          error(Path(where, name), "expected true or false");
           return false;
         }
-        bits |= it->get<bool>() ? bit : 0;
+        bits |= it->GetBool() ? bit : 0;
       }
     }
-    if (auto const police = actions.find("police"); police != actions.end()) {
+    if (Json const* police = member(actions, "police")) {
       auto const rate = policeRate(*police);
       if (!rate) {
-        error(where + ".police",
+        error(Path(where, "police"),
               "expected a rate in bytes per second, at least 0 and below 2305843009213693952");
         return false;
       }
       bits |= Flowspec::ActionFieldSet::kPolice;
       rule.trafficRateLimit = *rate;
     }
-    if (auto const dscp = actions.find("dscp"); dscp != actions.end()) {
-      if (!dscp->is_number_unsigned() || dscp->get<std::uint64_t>() > 63) {
-        error(where + ".dscp", "expected a number from 0 to 63");
+    if (Json const* dscp = member(actions, "dscp")) {
+      if (!dscp->IsUint64() || dscp->GetUint64() > 63) {
+        error(Path(where, "dscp"), "expected a number from 0 to 63");
         return false;
       }
       bits |= Flowspec::ActionFieldSet::kDscp;
-      rule.trafficMarkingDscp = Nwk::IpTos(static_cast<std::uint8_t>(dscp->get<std::uint64_t>()));
+      rule.trafficMarkingDscp = Nwk::IpTos(static_cast<std::uint8_t>(dscp->GetUint64()));
     }
-    if (auto const redirect = actions.find("redirect"); redirect != actions.end()) {
-      if (!loadRedirect(*redirect, where + ".redirect", af, rule)) {
+    if (Json const* redirect = member(actions, "redirect")) {
+      if (!loadRedirect(*redirect, Path(where, "redirect"), af, rule)) {
         return false;
       }
       bits |= Flowspec::ActionFieldSet::kRedirect;
@@ -570,10 +632,10 @@ class Loader {
   }
 
   static std::optional<float> policeRate(Json const& value) {
-    if (!value.is_number()) {
+    if (!value.IsNumber()) {
       return std::nullopt;
     }
-    double const rate = value.get<double>();
+    double const rate = value.GetDouble();
     // The first test also refuses NaN; the float conversion is defined once below the limit.
     if (!(rate >= 0.0 && rate < kPoliceRateLimit)) {
       return std::nullopt;
@@ -585,22 +647,22 @@ class Loader {
     return held + 0.0f;  // -0 as +0
   }
 
-  bool loadRedirect(Json const& redirect, std::string const& where, Nwk::AddressFamily af,
+  bool loadRedirect(Json const& redirect, Path const& where, Nwk::AddressFamily af,
                     Flowspec::Rule& rule) {
     if (!itemObject(redirect, where, {"vrf", "nexthop"})) {
       return false;
     }
     Json const* vrfJson = required(redirect, "vrf", where);
-    auto const vrf = vrfJson ? vrfRef(*vrfJson, where + ".vrf") : std::nullopt;
+    auto const vrf = vrfJson ? vrfRef(*vrfJson, Path(where, "vrf")) : std::nullopt;
     if (!vrf) {
       return false;
     }
     rule.trafficRedirect.vrfId = *vrf;
-    if (auto const nexthop = redirect.find("nexthop"); nexthop != redirect.end()) {
+    if (Json const* nexthop = member(redirect, "nexthop")) {
       auto const address =
-          nexthop->is_string() ? Nwk::IpGenAddr::parse(nexthop->get<std::string>()) : std::nullopt;
+          nexthop->IsString() ? Nwk::IpGenAddr::parse(std::string(text(*nexthop))) : std::nullopt;
       if (!address || address->af() != af) {
-        error(where + ".nexthop", "expected an address of the rule's family");
+        error(Path(where, "nexthop"), "expected an address of the rule's family");
         return false;
       }
       rule.trafficRedirect.address = *address;
@@ -615,8 +677,22 @@ class Loader {
   std::map<VrfId, std::pair<std::string, std::string>> vrfNames_;
   std::map<Nwk::IntfId, std::string> interfaces_;
   std::map<Nwk::IntfId, std::string> enabledInterfaces_;
-  // Where each loaded rule came from, for naming the first of two duplicates.
-  std::unordered_map<Flowspec::FlowspecTidalKey, std::string> rules_;
+  // The rules that loaded, written to the table once all are read; where each came from, for
+  // naming the first of two duplicates; and an index of them by key.
+  std::vector<Flowspec::Rule> rules_;
+  std::vector<std::string> ruleWhere_;
+  struct RuleKeyHash {
+    std::vector<Flowspec::Rule> const* rules;
+    std::size_t operator()(std::uint32_t i) const { return (*rules)[i].key.hash(); }
+  };
+  struct RuleKeyEqual {
+    std::vector<Flowspec::Rule> const* rules;
+    bool operator()(std::uint32_t a, std::uint32_t b) const {
+      return (*rules)[a].key == (*rules)[b].key;
+    }
+  };
+  std::unordered_set<std::uint32_t, RuleKeyHash, RuleKeyEqual> ruleIndex_{0, RuleKeyHash{&rules_},
+                                                                          RuleKeyEqual{&rules_}};
   std::set<std::string> lineCards_;
   std::map<std::string, std::string> cardOfIntf_;  // interface -> its line card
   // Warnings of the rule being loaded, reported only if it loads.
@@ -627,13 +703,21 @@ class Loader {
 
 ScenarioResult loadScenario(std::string const& text, MountedRecords& records) {
   ScenarioResult result;
-  JsonText const parsed = parseJsonText(text);
-  if (!parsed.error.empty()) {
-    result.errors.push_back("scenario: " + parsed.error);
+  // Strict JSON in valid UTF-8, parsed without recursion so that no nesting depth can
+  // overflow the stack; the document's values live in one pool, freed at once.
+  constexpr unsigned kFlags = rapidjson::kParseIterativeFlag |
+                              rapidjson::kParseValidateEncodingFlag |
+                              rapidjson::kParseFullPrecisionFlag;
+  rapidjson::Document document;
+  document.Parse<kFlags>(text.data(), text.size());
+  if (document.HasParseError()) {
+    result.errors.push_back(
+        "scenario: " + jsonErrorAt(text, document.GetErrorOffset(),
+                                   document.GetParseError() == rapidjson::kParseErrorNumberTooBig));
     TRACE(gTrace, 0, result.errors.back());
     return result;
   }
-  Loader(records, result).load(parsed.value);
+  Loader(records, result).load(document);
   return result;
 }
 

@@ -282,8 +282,13 @@ IpGenPrefix::IpGenPrefix(IpGenAddr const& addr, std::uint8_t len) : addr_(addr),
     throw Cog::RangeError("IpGenPrefix::len > maxLen not allowed");
   }
   IpGenAddr::Bytes bytes = addr.bytes();
-  for (unsigned bit = len; bit < 128; ++bit) {
-    bytes[bit / 8] &= static_cast<std::uint8_t>(~(0x80u >> (bit % 8)));
+  for (unsigned i = 0; i < bytes.size(); ++i) {
+    unsigned const first = i * 8;  // the first bit of byte i
+    if (first >= len) {
+      bytes[i] = 0;
+    } else if (len - first < 8) {
+      bytes[i] &= static_cast<std::uint8_t>(0xFF00u >> (len - first));  // its first len-first bits
+    }
   }
   addr_ = addr.af() == AddressFamily::ipv4
               ? IpGenAddr::ipv4(static_cast<std::uint32_t>(bytes[0]) << 24 |

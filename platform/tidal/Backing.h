@@ -54,8 +54,13 @@ class InProcessBacking : public Backing<K, V> {
     return it->second.value;
   }
   void write(K const& key, V const& value) override { entries_[key] = Slot{value, false}; }
-  // One lookup, and no copy of the value read.
+  // One lookup, and no copy of the value read; keys written in ascending order (a bulk load)
+  // go to the end after one comparison.
   bool writeIfChanged(K const& key, V const& value) override {
+    if (entries_.empty() || entries_.rbegin()->first < key) {
+      entries_.emplace_hint(entries_.end(), key, Slot{value, false});
+      return true;
+    }
     auto const it = entries_.lower_bound(key);
     if (it != entries_.end() && !(key < it->first)) {
       if (!it->second.corrupt && it->second.value == value) {

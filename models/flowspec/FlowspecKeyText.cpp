@@ -243,7 +243,8 @@ class Parser {
 
   void parseList(FlowspecKey& key, MatchCompType type, std::string_view name) {
     skipBlanks();
-    std::vector<Parsed> pairs;
+    std::vector<Parsed>& pairs = pairs_;
+    pairs.clear();
     bool andBit = consume("&");
     for (;;) {
       if (atEnd() || peek() == ' ') {
@@ -412,6 +413,7 @@ class Parser {
 
   std::string_view text_;
   std::size_t pos_ = 0;
+  std::vector<Parsed> pairs_;  // of the list being parsed, kept for the next one's storage
 };
 
 }  // namespace

@@ -54,6 +54,19 @@ bool FlowspecTidalKey::operator<(FlowspecTidalKey const& other) const {
   return words_ < other.words_;
 }
 
+std::pair<std::uint64_t, std::uint64_t> FlowspecTidalKey::orderPrefix() const {
+  Nwk::IpGenAddr const& destination = destinationPrefix_.addr();
+  auto const& bytes = destination.bytes();
+  std::uint64_t low = 0;
+  for (std::size_t i = 2; i < 10; ++i) {
+    low = low << 8 | bytes[i];
+  }
+  return {std::uint64_t{vrfId_} << 32 | std::uint64_t{af_} << 24 |
+              std::uint64_t{static_cast<std::uint8_t>(destination.af())} << 16 |
+              std::uint64_t{bytes[0]} << 8 | bytes[1],
+          low};
+}
+
 std::size_t FlowspecTidalKey::hash() const {
   std::size_t h = std::size_t{vrfId_} << 8 | af_;
   h = (h ^ std::hash<Nwk::IpGenPrefix>()(destinationPrefix_)) * 0x9E3779B97F4A7C15ull;

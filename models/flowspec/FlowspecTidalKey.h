@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <utility>
 
 #include "models/flowspec/FlowspecKey.h"
 #include "models/vrf/VrfId.h"
@@ -48,6 +49,10 @@ class FlowspecTidalKey {
 
   bool operator==(FlowspecTidalKey const&) const = default;
   bool operator<(FlowspecTidalKey const& other) const;
+  // Numbers that order two keys as operator< does wherever they differ (they hold the VRF, the
+  // family and the first ten bytes of the destination prefix's address): sorting by them first
+  // leaves operator< only the ties, and the sort's comparisons stay within one array.
+  std::pair<std::uint64_t, std::uint64_t> orderPrefix() const;
   std::size_t hash() const;
   // "vrf 3 ipv4 dport =80", or a raw dump when the content is not a rule key:
   // "vrf 3 raw af 7 dst 10.0.0.0/8 words 58100050".

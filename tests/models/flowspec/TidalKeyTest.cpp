@@ -64,13 +64,14 @@ TEST(FlowspecTidalKey, RandomKeysRoundTripThroughTheWords) {
     ASSERT_EQ(tidal.toStrep(), "vrf " + std::to_string(i % 7) + " " + k.stringValue());
     seen.insert(tidal);
   }
-  // A total order, VRF first.
+  // A total order, VRF first, which the order prefix never contradicts.
   FlowspecTidalKey const* previous = nullptr;
   for (auto const& tidal : seen) {
     if (previous) {
       ASSERT_TRUE(*previous < tidal);
       ASSERT_FALSE(tidal < *previous);
       ASSERT_LE(previous->vrfId(), tidal.vrfId());
+      ASSERT_LE(previous->orderPrefix(), tidal.orderPrefix()) << *previous << " < " << tidal;
     }
     previous = &tidal;
   }

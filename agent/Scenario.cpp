@@ -151,15 +151,20 @@ class Loader {
   bool knownKeys(Json const& object, Path const& where,
                  std::initializer_list<std::string_view> keys) {
     bool known = true;
+    std::uint32_t seen = 0;  // bit i: keys[i] was there
     for (auto m = object.MemberBegin(); m != object.MemberEnd(); ++m) {
       std::string_view const key = text(m->name);
-      if (std::find(keys.begin(), keys.end(), key) == keys.end()) {
+      auto const index = std::find(keys.begin(), keys.end(), key) - keys.begin();
+      if (index == static_cast<std::ptrdiff_t>(keys.size())) {
         error(where, "unknown key " + quotedValue(std::string(key)));
         known = false;
-      } else if (member(object, key) != &m->value) {
+        continue;
+      }
+      if (seen & (1u << index)) {
         error(where, "duplicate key " + quotedValue(std::string(key)));
         known = false;
       }
+      seen |= 1u << index;
     }
     return known;
   }

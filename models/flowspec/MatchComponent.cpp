@@ -62,38 +62,58 @@ void encodeMasks(Trace::Encoder& e, std::unordered_set<Mask> const& masks) {
   }
 }
 
-template <class Mask>
-void decodeMasks(Trace::Decoder& d, std::unordered_set<Mask>& masks) {
-  for (auto count = d.raw<std::uint32_t>(); count > 0; --count) {
-    auto const matchAll = d.raw<bool>();
-    auto const value = d.raw<std::uint16_t>();
-    masks.insert(Mask(matchAll, value, d.raw<std::uint16_t>()));
+// The TCP masks, then the IP masks, as encodeMasks wrote them.
+void decodeMasks(Trace::Decoder& d, MatchComponent& component) {
+  for (bool const tcp : {true, false}) {
+    for (auto count = d.raw<std::uint32_t>(); count > 0; --count) {
+      auto const matchAll = d.raw<bool>();
+      auto const value = d.raw<std::uint16_t>();
+      auto const mask = d.raw<std::uint16_t>();
+      if (tcp) {
+        component.tcpBitMaskIs(TcpBitMask(matchAll, value, mask));
+      } else {
+        component.ipBitMaskIs(IpBitMask(matchAll, value, mask));
+      }
+    }
   }
 }
 
 }  // namespace
 
+MatchComponent::MatchComponent(MatchCompType type) : matchCompType_(type) {
+  if (isPrefixType(type)) {
+    value_.emplace<Nwk::IpGenPrefix>();
+  } else if (isNumericalRangeType(type)) {
+    value_.emplace<Ranges>();
+  } else if (type == MatchCompType::fragment) {
+    value_.emplace<IpMasks>();
+  } else if (type == MatchCompType::tcpFlags) {
+    value_.emplace<TcpMasks>();
+  }
+}
+
 void MatchComponent::traceEncode(Trace::Encoder& e) const {
   e.raw(matchCompType_);
-  prefix_.traceEncode(e);
-  e.raw(static_cast<std::uint32_t>(numericalRange_.size()));
-  for (auto const& range : numericalRange_) {
+  prefix().traceEncode(e);
+  e.raw(static_cast<std::uint32_t>(numericalRange().size()));
+  for (auto const& range : numericalRange()) {
     e.raw(range.rangeMin());
     e.raw(range.rangeMax());
   }
-  encodeMasks(e, tcpBitMask_);
-  encodeMasks(e, ipBitMask_);
+  encodeMasks(e, tcpBitMask());
+  encodeMasks(e, ipBitMask());
 }
 
 MatchComponent MatchComponent::traceDecode(Trace::Decoder& d) {
   MatchComponent c(d.raw<MatchCompType>());
-  c.prefix_ = Nwk::IpGenPrefix::traceDecode(d);
+  if (auto const prefix = Nwk::IpGenPrefix::traceDecode(d); !prefix.isEmpty()) {
+    c.prefixIs(prefix);
+  }
   for (auto count = d.raw<std::uint32_t>(); count > 0; --count) {
     auto const rangeMin = d.raw<std::uint32_t>();
-    c.numericalRange_.insert(NumericalRange(rangeMin, d.raw<std::uint32_t>()));
+    c.numericalRangeIs(NumericalRange(rangeMin, d.raw<std::uint32_t>()));
   }
-  decodeMasks(d, c.tcpBitMask_);
-  decodeMasks(d, c.ipBitMask_);
+  decodeMasks(d, c);
   return c;
 }
 
@@ -101,13 +121,13 @@ std::string MatchComponent::toStrep() const {
   std::string out = compTypeName(matchCompType_);
   if (matchTypePrefix()) {
     out += ' ';
-    return out += prefix_.toStrep();
+    return out += prefix().toStrep();
   }
-  for (auto const& range : numericalRange_) {
+  for (auto const& range : numericalRange()) {
     out += ' ';
     out += range.toStrep();
   }
-  return out + masksText(tcpBitMask_) + masksText(ipBitMask_);
+  return out + masksText(tcpBitMask()) + masksText(ipBitMask());
 }
 
 }  // namespace Flowspec

@@ -4,6 +4,7 @@
 #include <set>
 #include <string>
 #include <unordered_set>
+#include <variant>
 
 #include "models/flowspec/BitMask.h"
 #include "models/flowspec/MatchCompType.h"
@@ -15,21 +16,23 @@ namespace Flowspec {
 
 // One digested component of a rule's match: disjoint ranges (ORed) for numeric types, bitmask
 // tests (ORed) for TCP flags and fragments, a prefix for the two prefix types. Ranges are
-// ordered so that expansions, and their sequence numbers, are deterministic.
+// ordered so that expansions, and their sequence numbers, are deterministic. A component holds
+// only the kind of value its type has (a rule has a few per class, a hundred thousand rules
+// many): the accessors of the other kinds read empty.
 class MatchComponent {
  public:
   MatchComponent() = default;
-  explicit MatchComponent(MatchCompType type) : matchCompType_(type) {}
+  explicit MatchComponent(MatchCompType type);
 
   MatchCompType matchCompType() const { return matchCompType_; }
-  std::set<NumericalRange> const& numericalRange() const { return numericalRange_; }
-  void numericalRangeIs(NumericalRange const& range) { numericalRange_.insert(range); }
-  std::unordered_set<IpBitMask> const& ipBitMask() const { return ipBitMask_; }
-  void ipBitMaskIs(IpBitMask const& mask) { ipBitMask_.insert(mask); }
-  std::unordered_set<TcpBitMask> const& tcpBitMask() const { return tcpBitMask_; }
-  void tcpBitMaskIs(TcpBitMask const& mask) { tcpBitMask_.insert(mask); }
-  Nwk::IpGenPrefix const& prefix() const { return prefix_; }
-  void prefixIs(Nwk::IpGenPrefix const& prefix) { prefix_ = prefix; }
+  std::set<NumericalRange> const& numericalRange() const { return held<Ranges>(); }
+  void numericalRangeIs(NumericalRange const& range) { holding<Ranges>().insert(range); }
+  std::unordered_set<IpBitMask> const& ipBitMask() const { return held<IpMasks>(); }
+  void ipBitMaskIs(IpBitMask const& mask) { holding<IpMasks>().insert(mask); }
+  std::unordered_set<TcpBitMask> const& tcpBitMask() const { return held<TcpMasks>(); }
+  void tcpBitMaskIs(TcpBitMask const& mask) { holding<TcpMasks>().insert(mask); }
+  Nwk::IpGenPrefix const& prefix() const { return held<Nwk::IpGenPrefix>(); }
+  void prefixIs(Nwk::IpGenPrefix const& prefix) { holding<Nwk::IpGenPrefix>() = prefix; }
 
   bool matchTypeNumericalRange() const { return isNumericalRangeType(matchCompType_); }
   bool matchTypeBitMask() const { return isBitMaskType(matchCompType_); }
@@ -43,11 +46,28 @@ class MatchComponent {
   static MatchComponent traceDecode(Trace::Decoder& d);
 
  private:
+  using Ranges = std::set<NumericalRange>;
+  using IpMasks = std::unordered_set<IpBitMask>;
+  using TcpMasks = std::unordered_set<TcpBitMask>;
+
+  template <class T>
+  T const& held() const {
+    if (T const* value = std::get_if<T>(&value_)) {
+      return *value;
+    }
+    static T const kEmpty{};
+    return kEmpty;
+  }
+  template <class T>
+  T& holding() {
+    if (T* value = std::get_if<T>(&value_)) {
+      return *value;
+    }
+    return value_.template emplace<T>();
+  }
+
   MatchCompType matchCompType_ = MatchCompType::none;
-  std::set<NumericalRange> numericalRange_;
-  std::unordered_set<IpBitMask> ipBitMask_;
-  std::unordered_set<TcpBitMask> tcpBitMask_;
-  Nwk::IpGenPrefix prefix_;
+  std::variant<std::monostate, Ranges, IpMasks, TcpMasks, Nwk::IpGenPrefix> value_;
 };
 
 // A whole match set, by ascending component type.

@@ -45,9 +45,10 @@ struct ScenarioResult {
 //                              "icmpCode": 0}}]
 //   "counterRequests": [1.0]   (seconds after start: ask the hardware for the rules' counters)
 // The match uses the rule text syntax of Flowspec::FlowspecKey. Input is untrusted: an item
-// that is wrong in any way (an unknown key, a value out of range, a duplicate of an earlier
-// item) is not installed at all and gets an error (also traced at level 0); the rest still
-// loads. An unknown key of the scenario or of "flowspec" is an error of that key alone.
+// that is wrong in any way (an unknown key or one given twice, a value out of range, a
+// duplicate of an earlier item) is not installed at all and gets an error (also traced at
+// level 0); the rest still loads. An unknown or repeated key of the scenario or of "flowspec"
+// is an error of that key alone (the first of a repeated key is used).
 ScenarioResult loadScenario(std::string const& text, MountedRecords& records);
 // Refuses a path that is not a regular file of at most kMaxScenarioBytes, unread.
 ScenarioResult loadScenarioFile(std::string const& path, MountedRecords& records);

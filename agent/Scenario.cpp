@@ -46,7 +46,7 @@ Json const* member(Json const& object, std::string_view name) {
 // warning names it. Refers to its parent: a path lives no longer than its parent's.
 class Path {
  public:
-  Path(char const* root) : name_(root) {}  // NOLINT: a key of the document's root
+  Path(char const* root) : name_(root) {}  // implicit: error("scenario", ...) names the root
   Path(Path const& parent, char const* field) : parent_(&parent), name_(field) {}
   Path(Path const& parent, std::size_t index) : parent_(&parent), index_(index) {}
 
@@ -726,17 +726,23 @@ ScenarioResult loadScenario(std::string const& text, MountedRecords& records) {
   // Strict JSON in valid UTF-8, parsed without recursion so that no nesting depth can
   // overflow the stack; the document's values live in one pool, freed at once. Text that is
   // all ASCII is valid UTF-8: checking that first spares the parser's slower check per string.
+  // The parser would take a NUL byte for the end of the text, so one is refused before.
   constexpr unsigned kFlags = rapidjson::kParseIterativeFlag | rapidjson::kParseFullPrecisionFlag;
   rapidjson::Document document;
-  if (isAscii(text)) {
-    document.Parse<kFlags>(text.data(), text.size());
-  } else {
-    document.Parse<kFlags | rapidjson::kParseValidateEncodingFlag>(text.data(), text.size());
+  std::size_t failedAt = text.find('\0');
+  if (failedAt == std::string::npos) {
+    if (isAscii(text)) {
+      document.Parse<kFlags>(text.data(), text.size());
+    } else {
+      document.Parse<kFlags | rapidjson::kParseValidateEncodingFlag>(text.data(), text.size());
+    }
+    if (document.HasParseError()) {
+      failedAt = document.GetErrorOffset();
+    }
   }
-  if (document.HasParseError()) {
-    result.errors.push_back(
-        "scenario: " + jsonErrorAt(text, document.GetErrorOffset(),
-                                   document.GetParseError() == rapidjson::kParseErrorNumberTooBig));
+  if (failedAt != std::string::npos) {
+    bool const outOfRange = document.GetParseError() == rapidjson::kParseErrorNumberTooBig;
+    result.errors.push_back("scenario: " + jsonErrorAt(text, failedAt, outOfRange));
     TRACE(gTrace, 0, result.errors.back());
     return result;
   }

@@ -321,6 +321,7 @@ TEST(AgentScenario, TextThatIsNotAScenarioIsRefusedWhole) {
       {"{\n  \"vrfs\": [1,\n    2 x]}", "scenario: JSON syntax error at line 3, column 7"},
       {"{\"vrfs\": []}\n\n  }", "scenario: JSON syntax error at line 3, column 3"},
       {"{\"a\": \"\xff\"}", "scenario: JSON syntax error at line 1, column 8"},
+      {std::string("{}\0{}", 5), "scenario: JSON syntax error at line 1, column 3"},
       {"{\"rules\": [\n{\"vrf\": 1e400}]}",
        "scenario: JSON number out of range at line 2, column 9"},
       {"null", "scenario: expected an object"},

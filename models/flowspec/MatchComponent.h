@@ -17,8 +17,8 @@ namespace Flowspec {
 // One digested component of a rule's match: disjoint ranges (ORed) for numeric types, bitmask
 // tests (ORed) for TCP flags and fragments, a prefix for the two prefix types. Ranges are
 // ordered so that expansions, and their sequence numbers, are deterministic. A component holds
-// only the kind of value its type has (a rule has a few per class, a hundred thousand rules
-// many): the accessors of the other kinds read empty.
+// only the kind of value its type has, which keeps every rule's configuration small; the
+// accessors of the other kinds read empty.
 class MatchComponent {
  public:
   MatchComponent() = default;

@@ -246,21 +246,39 @@ class ComponentBytes {
   unsigned offset_ = 0;
 };
 
+// An address as a 128-bit big-endian number in two halves (IPv4 in the top 32 bits), so that
+// prefixes compare with a few integer operations rather than a byte loop.
+struct Wide {
+  std::uint64_t hi;
+  std::uint64_t lo;
+};
+
+Wide wide(Nwk::IpGenAddr const& addr) {
+  std::uint64_t hi;
+  std::uint64_t lo;
+  std::memcpy(&hi, addr.bytes().data(), 8);
+  std::memcpy(&lo, addr.bytes().data() + 8, 8);
+  return {__builtin_bswap64(hi), __builtin_bswap64(lo)};
+}
+
+// The top `bits` bits of a 64-bit half (bits may be below 0 or above 64).
+std::uint64_t topBits(int bits) {
+  return bits <= 0 ? 0 : bits >= 64 ? ~std::uint64_t{0} : ~std::uint64_t{0} << (64 - bits);
+}
+
 // <0 when a comes first, >0 when b does, 0 when the RFC comparison finds them equal.
 int comparePrefixes(Nwk::IpGenPrefix const& a, Nwk::IpGenPrefix const& b) {
-  unsigned const common = std::min(a.len(), b.len());
-  auto const& x = a.addr().bytes();
-  auto const& y = b.addr().bytes();
+  int const common = std::min(a.len(), b.len());
+  Wide const x = wide(a.addr());
+  Wide const y = wide(b.addr());
   // The lower address over the common bits first.
-  unsigned const whole = common / 8;
-  if (int const cmp = std::memcmp(x.data(), y.data(), whole); cmp != 0) {
-    return cmp < 0 ? -1 : 1;
+  std::uint64_t const maskHi = topBits(common);
+  if ((x.hi & maskHi) != (y.hi & maskHi)) {
+    return (x.hi & maskHi) < (y.hi & maskHi) ? -1 : 1;
   }
-  if (unsigned const rest = common % 8) {
-    auto const mask = static_cast<std::uint8_t>(0xFF << (8 - rest));
-    if ((x[whole] & mask) != (y[whole] & mask)) {
-      return (x[whole] & mask) < (y[whole] & mask) ? -1 : 1;
-    }
+  std::uint64_t const maskLo = topBits(common - 64);
+  if ((x.lo & maskLo) != (y.lo & maskLo)) {
+    return (x.lo & maskLo) < (y.lo & maskLo) ? -1 : 1;
   }
   return a.len() == b.len() ? 0 : a.len() > b.len() ? -1 : 1;  // the longer prefix first
 }
@@ -320,13 +338,9 @@ bool FlowspecKey::operator<(FlowspecKey const& other) const {
   if (int const cmp = precedence(*this, other); cmp != 0) {
     return cmp < 0;
   }
-  // The RFC finds them equal: order by content, so that < is strict and agrees with ==.
-  if (destinationPrefix_ != other.destinationPrefix_) {
-    return destinationPrefix_ < other.destinationPrefix_;
-  }
-  if (sourcePrefix_ != other.sourcePrefix_) {
-    return sourcePrefix_ < other.sourcePrefix_;
-  }
+  // The RFC finds them equal: order by content, so that < is strict and agrees with ==. Prefixes
+  // it finds equal are the same (one family, length and bits, host bits being clear), so only
+  // the pairs can tell such keys apart.
   return opVals_ < other.opVals_;
 }
 

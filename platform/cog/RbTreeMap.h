@@ -4,10 +4,13 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "platform/cog/ContainerSupport.h"
+#include "platform/cog/TreeIndex.h"
 
 namespace Cog {
 
@@ -16,6 +19,9 @@ namespace Cog {
 // stays in the tree marked dead, so references to its key and value stay valid; dead entries
 // are erased when the last iterator goes. An entry added during an iteration is visited if its
 // key lies after the iterator's position. Re-adding a dead key revives its entry in place.
+// Once a map of a hashable key in its natural order (whose == agrees with <) holds kIndexFrom
+// entries, point lookups go through a hash index of its nodes (TreeIndex); iteration and order
+// stay the tree's.
 template <class K, class V = Unit, class Less = std::less<K>>
 class RbTreeMap {
   struct Slot {
@@ -24,10 +30,12 @@ class RbTreeMap {
     bool erasePending = false;  // listed in dead_
   };
   using Tree = std::map<K, Slot, Less>;
+  static constexpr bool kIndexed = Hashable<K> && std::is_same_v<Less, std::less<K>>;
 
  public:
   using key_type = K;
   using mapped_type = V;
+  static constexpr std::size_t kIndexFrom = 64;
 
   RbTreeMap() = default;
   RbTreeMap(RbTreeMap const&) = delete;
@@ -36,19 +44,16 @@ class RbTreeMap {
   std::size_t size() const { return live_; }
   bool empty() const { return live_ == 0; }
 
-  V const* find(K const& key) const {
-    auto it = tree_.find(key);
-    return it != tree_.end() && it->second.live ? &it->second.value : nullptr;
-  }
+  V const* find(K const& key) const { return const_cast<RbTreeMap*>(this)->find(key); }
   V* find(K const& key) {
-    auto it = tree_.find(key);
+    auto it = node(key);
     return it != tree_.end() && it->second.live ? &it->second.value : nullptr;
   }
   bool contains(K const& key) const { return find(key) != nullptr; }
 
   template <class... Args>
   std::pair<V*, bool> tryEmplace(K const& key, Args&&... args) {
-    auto it = tree_.find(key);
+    auto it = node(key);
     if (it != tree_.end()) {
       if (it->second.live) {
         return {&it->second.value, false};
@@ -60,11 +65,12 @@ class RbTreeMap {
     }
     it = tree_.emplace(key, Slot{V(std::forward<Args>(args)...), true, false}).first;
     ++live_;
+    indexInsert(it);
     return {&it->second.value, true};
   }
 
   bool erase(K const& key) {
-    auto it = tree_.find(key);
+    auto it = node(key);
     if (it == tree_.end() || !it->second.live) {
       return false;
     }
@@ -72,7 +78,7 @@ class RbTreeMap {
     if (iterators_ > 0) {
       markDead(it);
     } else {
-      tree_.erase(it);
+      eraseNode(it);
     }
     return true;
   }
@@ -86,6 +92,7 @@ class RbTreeMap {
       }
     } else {
       tree_.clear();
+      index_.reset();
     }
     live_ = 0;
   }
@@ -166,14 +173,41 @@ class RbTreeMap {
         if (it->second.live) {
           it->second.erasePending = false;
         } else {
-          self->tree_.erase(it);
+          self->eraseNode(it);
         }
       }
       self->dead_.clear();
     }
   }
 
+  typename Tree::iterator node(K const& key) {
+    if constexpr (kIndexed) {
+      if (index_) {
+        return index_->find(key, tree_.end());
+      }
+    }
+    return tree_.find(key);
+  }
+  void indexInsert(typename Tree::iterator it) {
+    if constexpr (kIndexed) {
+      if (index_) {
+        index_->insert(it);
+      } else if (tree_.size() >= kIndexFrom) {
+        index_ = std::make_unique<TreeIndex<Tree>>(tree_);
+      }
+    }
+  }
+  void eraseNode(typename Tree::iterator it) {
+    if constexpr (kIndexed) {
+      if (index_) {
+        index_->erase(it);
+      }
+    }
+    tree_.erase(it);
+  }
+
   Tree tree_;
+  std::unique_ptr<TreeIndex<Tree>> index_;  // from kIndexFrom entries on, when kIndexed
   std::size_t live_ = 0;
   std::vector<typename Tree::iterator> dead_;
   mutable std::uint32_t iterators_ = 0;

@@ -21,7 +21,8 @@ namespace Cog {
 // key lies after the iterator's position. Re-adding a dead key revives its entry in place.
 // Once a map of a hashable key in its natural order (whose == agrees with <) holds kIndexFrom
 // entries, point lookups go through a hash index of its nodes (TreeIndex); iteration and order
-// stay the tree's.
+// stay the tree's. A key type's std::hash belongs in the key's own header, so that every user
+// of a map agrees on whether it is indexed.
 template <class K, class V = Unit, class Less = std::less<K>>
 class RbTreeMap {
   struct Slot {

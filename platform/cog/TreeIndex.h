@@ -97,7 +97,8 @@ class TreeIndex {
   static std::size_t hashOf(Key const& key) {
     // Fibonacci hashing: the product's high bits depend on all of the hash, which for integers
     // is the integer itself.
-    return static_cast<std::size_t>(std::hash<Key>{}(key) * 0x9E3779B97F4A7C15ull);
+    std::size_t const hash = std::hash<Key>{}(key);
+    return hash * std::size_t{0x9E3779B97F4A7C15ull};
   }
   void resize(std::size_t capacity) {
     slots_.assign(capacity, Slot{});

@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -28,7 +29,7 @@ class RbTreeMap {
   struct Slot {
     V value;
     bool live;
-    bool erasePending = false;  // listed in dead_
+    bool erasePending = false;  // listed in Rare::dead
   };
   using Tree = std::map<K, Slot, Less>;
   static constexpr bool kIndexed = Hashable<K> && std::is_same_v<Less, std::less<K>>;
@@ -60,7 +61,7 @@ class RbTreeMap {
         return {&it->second.value, false};
       }
       it->second.value = V(std::forward<Args>(args)...);
-      it->second.live = true;  // still listed in dead_; skipped there because it is live
+      it->second.live = true;  // still listed as dead; skipped there because it is live
       ++live_;
       return {&it->second.value, true};
     }
@@ -93,7 +94,9 @@ class RbTreeMap {
       }
     } else {
       tree_.clear();
-      index_.reset();
+      if (rare_) {
+        rare_->index.reset();
+      }
     }
     live_ = 0;
   }
@@ -163,54 +166,66 @@ class RbTreeMap {
     it->second.live = false;
     if (!it->second.erasePending) {
       it->second.erasePending = true;
-      dead_.push_back(it);
+      rare().dead.push_back(it);
     }
   }
 
   void iteratorDone() const {
-    if (--iterators_ == 0 && !dead_.empty()) {
+    if (--iterators_ == 0 && rare_ && !rare_->dead.empty()) {
       auto* self = const_cast<RbTreeMap*>(this);
-      for (auto it : self->dead_) {
+      for (auto it : rare_->dead) {
         if (it->second.live) {
           it->second.erasePending = false;
         } else {
           self->eraseNode(it);
         }
       }
-      self->dead_.clear();
+      rare_->dead.clear();
     }
   }
 
   typename Tree::iterator node(K const& key) {
     if constexpr (kIndexed) {
-      if (index_) {
-        return index_->find(key, tree_.end());
+      if (rare_ && rare_->index) {
+        return rare_->index->find(key, tree_.end());
       }
     }
     return tree_.find(key);
   }
   void indexInsert(typename Tree::iterator it) {
     if constexpr (kIndexed) {
-      if (index_) {
-        index_->insert(it);
+      if (rare_ && rare_->index) {
+        rare_->index->insert(it);
       } else if (tree_.size() >= kIndexFrom) {
-        index_ = std::make_unique<TreeIndex<Tree>>(tree_);
+        rare().index.emplace(tree_);
       }
     }
   }
   void eraseNode(typename Tree::iterator it) {
     if constexpr (kIndexed) {
-      if (index_) {
-        index_->erase(it);
+      if (rare_ && rare_->index) {
+        rare_->index->erase(it);
       }
     }
     tree_.erase(it);
   }
 
+  // What only some maps need, kept off the map: records hold maps by the hundred thousand, most
+  // of them small and never changed while iterated.
+  struct Rare {
+    std::vector<typename Tree::iterator> dead;  // removed while iterators exist
+    std::optional<TreeIndex<Tree>> index;       // from kIndexFrom entries on, when kIndexed
+  };
+  Rare& rare() {
+    if (!rare_) {
+      rare_ = std::make_unique<Rare>();
+    }
+    return *rare_;
+  }
+
   Tree tree_;
-  std::unique_ptr<TreeIndex<Tree>> index_;  // from kIndexFrom entries on, when kIndexed
-  std::size_t live_ = 0;
-  std::vector<typename Tree::iterator> dead_;
+  std::unique_ptr<Rare> rare_;
+  std::uint32_t live_ = 0;
   mutable std::uint32_t iterators_ = 0;
 };
 

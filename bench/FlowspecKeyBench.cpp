@@ -164,8 +164,8 @@ void BM_OrderedSetInsert(benchmark::State& state) {
 }
 BENCHMARK(BM_OrderedSetInsert)->Arg(100000)->Unit(benchmark::kMillisecond);
 
-// Finding every key of the set in it, as the stages look rules up by key: each hit ends in
-// comparisons of equal keys.
+// Finding every key of a set of them in random order: the precedence comparison as an ordered
+// lookup uses it, each hit ending in comparisons of equal keys.
 void BM_OrderedSetFind(benchmark::State& state) {
   auto keys = manyKeys(static_cast<int>(state.range(0)));
   std::set<FlowspecKey> const set(keys.begin(), keys.end());

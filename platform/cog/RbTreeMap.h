@@ -95,7 +95,7 @@ class RbTreeMap {
     } else {
       tree_.clear();
       if (rare_) {
-        rare_->index.reset();
+        rare_->index.reset();  // built again when the map grows large again
       }
     }
     live_ = 0;
@@ -184,18 +184,19 @@ class RbTreeMap {
     }
   }
 
+  TreeIndex<Tree>* index() { return rare_ && rare_->index ? &*rare_->index : nullptr; }
   typename Tree::iterator node(K const& key) {
     if constexpr (kIndexed) {
-      if (rare_ && rare_->index) {
-        return rare_->index->find(key, tree_.end());
+      if (auto* hashed = index()) {
+        return hashed->find(key, tree_.end());
       }
     }
     return tree_.find(key);
   }
   void indexInsert(typename Tree::iterator it) {
     if constexpr (kIndexed) {
-      if (rare_ && rare_->index) {
-        rare_->index->insert(it);
+      if (auto* hashed = index()) {
+        hashed->insert(it);
       } else if (tree_.size() >= kIndexFrom) {
         rare().index.emplace(tree_);
       }
@@ -203,8 +204,8 @@ class RbTreeMap {
   }
   void eraseNode(typename Tree::iterator it) {
     if constexpr (kIndexed) {
-      if (rare_ && rare_->index) {
-        rare_->index->erase(it);
+      if (auto* hashed = index()) {
+        hashed->erase(it);
       }
     }
     tree_.erase(it);

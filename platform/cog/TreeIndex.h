@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <concepts>
 #include <cstddef>
 #include <functional>
@@ -31,13 +32,13 @@ class TreeIndex {
     }
     resize(capacity);
     for (It it = tree.begin(); it != tree.end(); ++it) {
-      place(Slot{it, hashOf(it->first) | kUsed});
+      place(Slot{it, slotHash(it->first)});
       ++count_;
     }
   }
   // The node of `key`, or `end`.
   It find(Key const& key, It end) const {
-    std::size_t const hash = hashOf(key) | kUsed;
+    std::size_t const hash = slotHash(key);
     for (std::size_t pos = home(hash);; pos = (pos + 1) & mask()) {
       Slot const& slot = slots_[pos];
       if (slot.hash == 0) {
@@ -60,14 +61,14 @@ class TreeIndex {
         }
       }
     }
-    place(Slot{it, hashOf(it->first) | kUsed});
+    place(Slot{it, slotHash(it->first)});
     ++count_;
   }
 
   // Removes the node `it` (which the index holds), shifting back the slots after it that
   // probed past its position, so no lookup stops early at the hole.
   void erase(It it) {
-    std::size_t const hash = hashOf(it->first) | kUsed;
+    std::size_t const hash = slotHash(it->first);
     std::size_t hole = home(hash);
     while (slots_[hole].it != it) {
       hole = (hole + 1) & mask();
@@ -94,18 +95,16 @@ class TreeIndex {
   // The low bit, the worst mixed, marks a used slot.
   static constexpr std::size_t kUsed = 1;
 
-  static std::size_t hashOf(Key const& key) {
-    // Fibonacci hashing: the product's high bits depend on all of the hash, which for integers
-    // is the integer itself.
+  // What a slot of `key` holds: Fibonacci hashing, whose product's high bits depend on all of
+  // the hash (for integers, the integer itself), with kUsed set.
+  static std::size_t slotHash(Key const& key) {
     std::size_t const hash = std::hash<Key>{}(key);
-    return hash * std::size_t{0x9E3779B97F4A7C15ull};
+    return hash * std::size_t{0x9E3779B97F4A7C15ull} | kUsed;
   }
+  // `capacity` is a power of two.
   void resize(std::size_t capacity) {
     slots_.assign(capacity, Slot{});
-    shift_ = 64;
-    for (std::size_t c = capacity; c > 1; c /= 2) {
-      --shift_;
-    }
+    shift_ = 64 - std::countr_zero(capacity);
   }
   std::size_t mask() const { return slots_.size() - 1; }
   // The slot a hash starts probing at: its high bits.
@@ -120,7 +119,7 @@ class TreeIndex {
 
   std::vector<Slot> slots_;
   std::size_t count_ = 0;
-  unsigned shift_ = 64;
+  int shift_ = 64;
 };
 
 }  // namespace Cog

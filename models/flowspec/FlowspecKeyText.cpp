@@ -1,6 +1,7 @@
 // The text form of rule keys: printing the canonical text and parsing it (and hand-written
 // rules) back. The grammar is described with FlowspecKey.
 #include <cctype>
+#include <charconv>
 #include <cstdio>
 
 #include "models/flowspec/FlowspecKey.h"
@@ -30,61 +31,91 @@ char const* flagName(MatchCompType type, unsigned bit) {
   return bit < 4 ? kFrag[bit] : nullptr;
 }
 
-std::string hexText(std::uint32_t value) {
-  char text[16];
-  std::snprintf(text, sizeof text, "0x%x", value);
-  return text;
+// Keys are printed by the hundred thousand (class-map names, statuses, shows): every piece is
+// appended to one buffer, with no temporary strings.
+void appendDecimal(std::string& out, std::uint32_t value) {
+  char digits[10];
+  auto const [end, error] = std::to_chars(digits, digits + sizeof digits, value);
+  out.append(digits, end);
 }
 
-std::string flagsText(MatchCompType type, std::uint32_t value) {
-  std::string out;
+void appendHex(std::string& out, std::uint32_t value) {
+  char digits[8];
+  auto const [end, error] = std::to_chars(digits, digits + sizeof digits, value, 16);
+  out += "0x";
+  out.append(digits, end);
+}
+
+void appendFlags(std::string& out, MatchCompType type, std::uint32_t value) {
+  std::size_t const start = out.size();
   for (unsigned bit = 0; bit < 32 && value >> bit; ++bit) {
     if (!((value >> bit) & 1)) {
       continue;
     }
     char const* name = flagName(type, bit);
     if (!name) {
-      return hexText(value);
+      out.resize(start);
+      appendHex(out, value);
+      return;
     }
-    out += out.empty() ? "" : "+";
+    if (out.size() > start) {
+      out += '+';
+    }
     out += name;
   }
-  return out.empty() ? hexText(value) : out;
+  if (out.size() == start) {
+    appendHex(out, value);
+  }
 }
 
-std::string valueText(MatchCompType type, std::uint32_t value) {
-  return kindOf(type) == Kind::bitmask ? flagsText(type, value) : std::to_string(value);
-}
-
-std::string pairText(FlowspecKey::OpVal const& pair, bool lastOfRun) {
+void appendPair(std::string& out, FlowspecKey::OpVal const& pair, bool lastOfRun) {
   Kind const kind = kindOf(pair.type);
   std::uint8_t const logical = pair.op & (kind == Kind::numeric ? 0x07 : 0x03);
   std::uint8_t const canonical = canonicalOpByte(
       static_cast<std::uint8_t>(logical | (pair.op & OpBits::kAnd)), pair.value, lastOfRun);
   if (pair.op == canonical && kind == Kind::numeric && kNumericOps[logical]) {
-    return kNumericOps[logical] + std::to_string(pair.value);
+    out += kNumericOps[logical];
+    appendDecimal(out, pair.value);
+    return;
   }
   if (pair.op == canonical && kind == Kind::bitmask) {
-    return std::string((pair.op & OpBits::kNot) ? "!" : "") +
-           ((pair.op & OpBits::kMatch) ? "=" : "") + flagsText(pair.type, pair.value);
+    if (pair.op & OpBits::kNot) {
+      out += '!';
+    }
+    if (pair.op & OpBits::kMatch) {
+      out += '=';
+    }
+    appendFlags(out, pair.type, pair.value);
+    return;
   }
   char op[8];
   std::snprintf(op, sizeof op, "#0x%02x:", pair.op);
-  return op + valueText(pair.type, pair.value);
+  out += op;
+  if (kind == Kind::bitmask) {
+    appendFlags(out, pair.type, pair.value);
+  } else {
+    appendDecimal(out, pair.value);
+  }
 }
 
 }  // namespace
 
 std::string FlowspecKey::stringValue() const {
-  std::string out = af_ == Nwk::AddressFamily::ipv6 ? "ipv6" : "ipv4";
+  // Built in a buffer that keeps its capacity; the result is copied out at its exact size, as
+  // class names are kept by the hundred thousand.
+  thread_local std::string out;
+  out.clear();
+  out += af_ == Nwk::AddressFamily::ipv6 ? "ipv6" : "ipv4";
   if (outOfOrderComponent()) {
     out += " raw";
   }
   if (!destinationPrefix_.isEmpty()) {
-    out += " dst " + destinationPrefix_.toStrep();
+    out += " dst ";
+    destinationPrefix_.appendTo(out);
   }
   if (!sourcePrefix_.isEmpty()) {
-    out += " src " + sourcePrefix_.toStrep();
+    out += " src ";
+    sourcePrefix_.appendTo(out);
   }
   for (std::size_t i = 0; i < opVals_.size(); ++i) {
     bool const first = i == 0 || opVals_[i - 1].type != opVals_[i].type;
@@ -95,7 +126,7 @@ std::string FlowspecKey::stringValue() const {
       out += ' ';
       if (isPrefixType(type)) {
         out += "type";
-        out += std::to_string(static_cast<unsigned>(type));
+        appendDecimal(out, static_cast<std::uint32_t>(type));
       } else {
         out += compTypeName(type);
       }
@@ -103,7 +134,7 @@ std::string FlowspecKey::stringValue() const {
     }
     bool const andBit = opVals_[i].op & OpBits::kAnd;
     out += andBit ? "&" : first ? "" : "|";
-    out += pairText(opVals_[i], last);
+    appendPair(out, opVals_[i], last);
   }
   return out;
 }

@@ -34,6 +34,8 @@ class IpGenAddr {
   Bytes const& bytes() const { return bytes_; }
   // Dotted quad; IPv6 in RFC 5952 canonical form; "" when unset.
   std::string toStrep() const;
+  // toStrep appended to out, for texts made of several pieces.
+  void appendTo(std::string& out) const;
   // Kept in the trace ring as its bytes, printed when the ring is read.
   void traceEncode(Trace::Encoder& e) const { e.raw(*this); }
   static IpGenAddr traceDecode(Trace::Decoder& d) { return d.raw<IpGenAddr>(); }

@@ -29,7 +29,9 @@ class IpGenPrefix {
   std::uint8_t len() const { return len_; }
   bool isEmpty() const { return addr_.af() == AddressFamily::none; }
   bool contains(IpGenAddr const& addr) const;
+  // "" when empty.
   std::string toStrep() const;
+  void appendTo(std::string& out) const;
   // Kept in the trace ring as its bytes, printed when the ring is read.
   void traceEncode(Trace::Encoder& e) const { e.raw(*this); }
   static IpGenPrefix traceDecode(Trace::Decoder& d) { return d.raw<IpGenPrefix>(); }

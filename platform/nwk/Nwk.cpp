@@ -223,19 +223,18 @@ void appendHex(std::string& out, unsigned value) {
 
 }  // namespace
 
-std::string IpGenAddr::toStrep() const {
+void IpGenAddr::appendTo(std::string& out) const {
   if (af_ == AddressFamily::ipv4) {
-    std::string out;
     for (int i = 0; i < 4; ++i) {
       if (i > 0) {
         out += '.';
       }
       appendDecimal(out, bytes_[i]);
     }
-    return out;
+    return;
   }
   if (af_ != AddressFamily::ipv6) {
-    return "";
+    return;
   }
   std::uint16_t groups[8];
   for (int g = 0; g < 8; ++g) {
@@ -259,18 +258,23 @@ std::string IpGenAddr::toStrep() const {
     }
     g = end;
   }
-  std::string out;
+  std::size_t const start = out.size();
   for (int g = 0; g < 8; ++g) {
     if (g == bestStart) {
       out += "::";
       g += bestLength - 1;
       continue;
     }
-    if (!out.empty() && out.back() != ':') {
+    if (out.size() > start && out.back() != ':') {
       out += ':';
     }
     appendHex(out, groups[g]);
   }
+}
+
+std::string IpGenAddr::toStrep() const {
+  std::string out;
+  appendTo(out);
   return out;
 }
 
@@ -331,13 +335,18 @@ bool IpGenPrefix::contains(IpGenAddr const& addr) const {
   return IpGenPrefix(addr, len_) == *this;
 }
 
-std::string IpGenPrefix::toStrep() const {
+void IpGenPrefix::appendTo(std::string& out) const {
   if (isEmpty()) {
-    return "";
+    return;
   }
-  std::string out = addr_.toStrep();
+  addr_.appendTo(out);
   out += '/';
   appendDecimal(out, len_);
+}
+
+std::string IpGenPrefix::toStrep() const {
+  std::string out;
+  appendTo(out);
   return out;
 }
 

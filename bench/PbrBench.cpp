@@ -36,7 +36,6 @@ std::vector<Pbr::ClassProgram> classes(std::uint32_t entries, bool withDestinati
     }
     Pbr::ClassProgram c;
     c.name = "class" + std::to_string(first);
-    c.priority = first;
     c.ipEntries = std::move(filters);
     out.push_back(std::move(c));
   }

@@ -25,8 +25,7 @@ std::shared_ptr<Entries const> entriesFrom(Rules const& rules) {
 }  // namespace
 
 ClassProgramBuilder::PerFamily ClassProgramBuilder::classPrograms(
-    Cog::String const& name, PolicyMap::ClassPriority priority,
-    PolicyMap::ClassAction const* classAction,
+    Cog::String const& name, PolicyMap::ClassAction const* classAction,
     PolicyMap::ClassMapTypeConfig const& cmapTypeConfig) {
   PerFamily out;
   auto const sub = publishedVersion(name, cmapTypeConfig);
@@ -43,8 +42,7 @@ ClassProgramBuilder::PerFamily ClassProgramBuilder::classPrograms(
   if (!ipMatch && !ip6Match) {
     return out;
   }
-  ClassProgram const program{name,    priority, sub->version(), actionSpecFrom(classAction),
-                             nullptr, nullptr};
+  ClassProgram const program{name, sub->version(), actionSpecFrom(classAction), nullptr, nullptr};
   if (ipMatch) {
     if (!built.ipEntries) {
       built.ipEntries = entriesFrom<IpEntries>(ipMatch->ipRule());

@@ -20,8 +20,7 @@ class ClassProgramBuilder {
   // version of its published class-map, and its action. None for a family when the class-map
   // is not published, has no current version or no match of the family.
   using PerFamily = std::array<std::optional<ClassProgram>, 2>;
-  PerFamily classPrograms(Cog::String const& name, PolicyMap::ClassPriority priority,
-                          PolicyMap::ClassAction const* classAction,
+  PerFamily classPrograms(Cog::String const& name, PolicyMap::ClassAction const* classAction,
                           PolicyMap::ClassMapTypeConfig const& cmapTypeConfig);
   // Whether the class's entries were built from the class-map version published now (a class
   // never built counts as current while its class-map gives nothing to build).

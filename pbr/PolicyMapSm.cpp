@@ -1,6 +1,5 @@
 #include "pbr/PolicyMapSm.h"
 
-#include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -157,12 +156,7 @@ void PolicyMapSm::handleClassMap(Cog::String const& name) {
 void PolicyMapSm::takeUpVersion(Cog::Ptr<PolicyMapSubConfig const> const& previous) {
   bool const samePriorities =
       previous && currCfg_ && currCfg_->classPrio().sharesAllWith(previous->classPrio());
-  auto const priorities = samePriorities ? std::nullopt : prioritiesOfSameClasses();
-  if (priorities) {
-    for (std::size_t i = 0; i < classes_.size(); ++i) {
-      classes_[i].priority = (*priorities)[i];
-    }
-  } else if (!samePriorities) {
+  if (!samePriorities && !listsSameClasses()) {
     takeUpClassList();
   }
   // Classes whose action changed are built again; the others keep their programs.
@@ -184,7 +178,7 @@ void PolicyMapSm::takeUpClassList() {
   std::vector<bool> kept(classes_.size());
   if (currCfg_) {
     index.reserve(currCfg_->classPrio().size());
-    for (auto const& [priority, name] : currCfg_->classPrio()) {
+    for (auto const& [priority, name] : currCfg_->classPrio()) {  // in priority order
       auto const place = static_cast<std::uint32_t>(classes.size());
       // The index entry of a class that stays moves over, name included.
       if (auto entry = classIndex_.extract(name)) {
@@ -197,7 +191,6 @@ void PolicyMapSm::takeUpClassList() {
       } else {
         continue;  // a class listed twice matches at its first place only
       }
-      classes.back().priority = priority;
     }
   }
   for (std::size_t i = 0; i < classes_.size(); ++i) {
@@ -224,19 +217,17 @@ void PolicyMapSm::takeUpClassList() {
   }
 }
 
-std::optional<std::vector<ClassPriority>> PolicyMapSm::prioritiesOfSameClasses() const {
+bool PolicyMapSm::listsSameClasses() const {
   if (!currCfg_ || classes_.empty() || currCfg_->classPrio().size() != classes_.size()) {
-    return std::nullopt;
+    return false;
   }
-  std::vector<ClassPriority> priorities;
-  priorities.reserve(classes_.size());
+  std::size_t i = 0;
   for (auto const& [priority, name] : currCfg_->classPrio()) {
-    if (classes_[priorities.size()].name != name) {
-      return std::nullopt;
+    if (classes_[i++].name != name) {
+      return false;
     }
-    priorities.push_back(priority);
   }
-  return priorities;
+  return true;
 }
 
 void PolicyMapSm::classMapReactorsUpdate() {
@@ -296,8 +287,8 @@ void PolicyMapSm::rebuildPrograms() {
     }
     ClassRecord& record = classes_[i];
     if (!record.built) {
-      auto perFamily = builder_.classPrograms(
-          record.name, record.priority, currCfg_->classAction(record.name).get(), *cmapTypeConfig_);
+      auto perFamily = builder_.classPrograms(record.name, currCfg_->classAction(record.name).get(),
+                                              *cmapTypeConfig_);
       for (std::size_t slot = 0; slot < 2; ++slot) {
         record.programIndex[slot] = kNoProgram;
         if (perFamily[slot]) {
@@ -306,25 +297,14 @@ void PolicyMapSm::rebuildPrograms() {
         }
       }
       record.built = true;
-      record.builtPriority = record.priority;
       continue;
     }
-    // Built before, and its action and class-map stayed: the same programs, at its new
-    // priority. Read only when it moved: the programs lie all over the heap.
-    bool const moved = record.builtPriority != record.priority;
-    record.builtPriority = record.priority;
+    // Built before, and its action and class-map stayed: the same programs, wherever the class
+    // is now.
     for (std::size_t slot = 0; slot < 2; ++slot) {
-      if (record.programIndex[slot] == kNoProgram) {
-        continue;
+      if (record.programIndex[slot] != kNoProgram) {
+        place(i, slot, before[slot]->classes[record.programIndex[slot]]);
       }
-      std::shared_ptr<Pbr::ClassProgram const> program =
-          before[slot]->classes[record.programIndex[slot]];
-      if (moved) {
-        auto copy = std::make_shared<Pbr::ClassProgram>(*program);
-        copy->priority = record.priority;
-        program = std::move(copy);
-      }
-      place(i, slot, std::move(program));
     }
   }
   for (std::size_t slot = 0; slot < 2; ++slot) {

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -99,12 +98,10 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
   // interfaces of its family.
   struct ClassRecord {
     Cog::String name;
-    ClassPriority priority = 0;
     Kiln::UniqueId cmapVersion;
     // Whether its programs are built from its action and class-map as they stand; where they
     // are in programs_.
     bool built = false;
-    ClassPriority builtPriority = 0;  // the priority its programs have
     std::array<std::uint32_t, 2> programIndex{kNoProgram, kNoProgram};
     Cog::Ptr<ClassMapStatus> status;
     std::uint32_t pending = 0;
@@ -140,9 +137,9 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
   void takeUpVersion(Cog::Ptr<PolicyMapSubConfig const> const& previous);
   // Takes up a version that lists other classes than the one before.
   void takeUpClassList();
-  // The priorities of the version in use when it lists the very classes of the one taken up
-  // before, in order; none otherwise.
-  std::optional<std::vector<ClassPriority>> prioritiesOfSameClasses() const;
+  // Whether the version in use lists the very classes of the one taken up before, in order
+  // (their priorities may differ: only their order counts).
+  bool listsSameClasses() const;
   static std::vector<bool> keptInPlace(IntfSlot const& slot,
                                        std::shared_ptr<Pbr::PolicyProgram const> const& next);
   // Watches the class-maps of the version in use as published now.

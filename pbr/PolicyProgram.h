@@ -39,11 +39,11 @@ struct ActionSpec {
 using IpEntries = std::vector<Acl::IpFilter>;
 using Ip6Entries = std::vector<Acl::Ip6Filter>;
 
-// One class of a program: its name, priority, the class-map version its entries come from,
-// its entries (of the program's address family only) and its action.
+// One class of a program: its name, the class-map version its entries come from, its entries
+// (of the program's address family only) and its action. Its priority is its place in the
+// program, so a class that only moves is the same object in the next version.
 struct ClassProgram {
   Cog::String name;
-  PolicyMap::ClassPriority priority = 0;
   Kiln::UniqueId cmapVersion;
   ActionSpec action;
   std::shared_ptr<IpEntries const> ipEntries;

@@ -172,43 +172,66 @@ void PolicyMapSm::takeUpVersion(Cog::Ptr<PolicyMapSubConfig const> const& previo
 
 void PolicyMapSm::takeUpClassList() {
   // A class of the version taken up before keeps its record (status, programs, class-map
-  // reactor); the others get new ones, and the classes that went lose theirs.
+  // reactor); the others get new ones, and the classes that went lose theirs. A new list is
+  // mostly the old one with a class come or gone, so each class is first compared with the
+  // next class of the old list, and looked up by name only when it is not that one.
+  constexpr std::uint32_t kGone = ~std::uint32_t{0};
+  auto const before = static_cast<std::uint32_t>(classes_.size());
   std::vector<ClassRecord> classes;
-  std::unordered_map<Cog::String, std::uint32_t> index;
-  std::vector<bool> kept(classes_.size());
+  std::vector<std::uint32_t> placeOf(before, kGone);  // where each old class is now
   if (currCfg_) {
-    index.reserve(currCfg_->classPrio().size());
+    classes.reserve(currCfg_->classPrio().size());
+    std::uint32_t next = 0;
     for (auto const& [priority, name] : currCfg_->classPrio()) {  // in priority order
       auto const place = static_cast<std::uint32_t>(classes.size());
-      // The index entry of a class that stays moves over, name included.
-      if (auto entry = classIndex_.extract(name)) {
-        kept[entry.mapped()] = true;
-        classes.push_back(std::move(classes_[entry.mapped()]));
-        entry.mapped() = place;
-        index.insert(std::move(entry));
-      } else if (index.emplace(name, place).second) {
-        classes.emplace_back().name = name;
-      } else {
-        continue;  // a class listed twice matches at its first place only
+      while (next < before && placeOf[next] != kGone) {
+        ++next;
       }
+      std::uint32_t old = next;
+      if (next == before || classes_[next].name != name) {
+        auto const found = classIndex_.find(name);
+        if (found == classIndex_.end()) {
+          // A new class: its index entry holds its place past the old ones until the walk ends.
+          classIndex_.emplace(name, before + place);
+          classes.emplace_back().name = name;
+          continue;
+        }
+        if (found->second >= before || placeOf[found->second] != kGone) {
+          continue;  // a class listed twice matches at its first place only
+        }
+        old = found->second;
+      }
+      placeOf[old] = place;
+      classes.push_back(std::move(classes_[old]));
     }
   }
-  for (std::size_t i = 0; i < classes_.size(); ++i) {
-    if (!kept[i]) {
+  for (std::uint32_t i = 0; i < before; ++i) {
+    if (placeOf[i] == kGone) {
       status_->cmapDel(classes_[i].name);
       classMapReactors_.erase(classes_[i].name);
       builder_.forget(classes_[i].name);
     }
   }
+  for (auto it = classIndex_.begin(); it != classIndex_.end();) {
+    std::uint32_t& place = it->second;
+    if (place >= before) {
+      place -= before;
+    } else if (placeOf[place] != kGone) {
+      place = placeOf[place];
+    } else {
+      it = classIndex_.erase(it);
+      continue;
+    }
+    ++it;
+  }
   if (status_->cmap().size() > classes.size()) {
     for (auto const& [name, cmapStatus] : status_->cmap()) {
-      if (!index.contains(name)) {
+      if (!classIndex_.contains(name)) {
         status_->cmapDel(name);
       }
     }
   }
   classes_ = std::move(classes);
-  classIndex_ = std::move(index);
   for (auto& record : classes_) {
     if (!record.status) {
       record.status = status_->cmapIs(record.name);

@@ -3,6 +3,10 @@
 // the hooks a feature overrides.
 #include <gtest/gtest.h>
 
+#include <random>
+#include <string>
+#include <vector>
+
 #include "tests/pbr/PbrHarness.h"
 #include "tests/pbr/ProgramHelpers.h"
 
@@ -335,6 +339,81 @@ TEST_F(PbrSmTest, AnInterfaceMovingToAnotherPolicyIsReleasedFirst) {
   EXPECT_EQ(h.classState("red", "a"), kUnknown);
   EXPECT_EQ(classOf(*h.hw, "Ethernet2", packetTo("10.2.0.1")), "b");
   EXPECT_EQ(classOf(*h.hw, "Ethernet2", packetTo("10.1.0.1")), "");
+}
+
+// Versions whose class lists change at random (classes come, go, move, are listed twice) end
+// where a machinery started on the last version ends: the same statuses and, class order
+// deciding, the same class for every packet.
+TEST(PbrSmRandomTest, ClassListChangesEndWhereAFreshStartEnds) {
+  std::vector<std::string> const names = {"c0", "c1", "c2", "c3", "c4", "c5", "c6", "ghost"};
+  auto const setUp = [&names](PbrHarness& h) {
+    for (std::size_t k = 0; k + 1 < names.size(); ++k) {  // the ghost has no class-map
+      std::vector<Acl::Ip6Filter> ip6;
+      if (k >= 4) {
+        ip6.push_back(ip6Dst("2001:db8:" + std::to_string(k % 2) + "::/48"));
+      }
+      h.classMapIs(names[k], {ipDst("10." + std::to_string(k % 3) + ".0.0/16")}, ip6);
+    }
+    h.bind("Ethernet1", "red");
+    h.bind("Ethernet2", "red");
+  };
+  auto const outputs = [](PbrHarness& h) {
+    std::string out;
+    for (auto const& [name, cmap] : h.status("red")->cmap()) {
+      out += name + "=" + std::to_string(static_cast<int>(cmap->classState())) + " ";
+    }
+    for (auto const* dst : {"10.0.0.1", "10.1.0.1", "10.2.0.1", "2001:db8::1", "2001:db8:1::1"}) {
+      out += std::string(dst) + ">" + classOf(*h.hw, "Ethernet1", packetTo(dst)) + "," +
+             classOf(*h.hw, "Ethernet2", packetTo(dst)) + " ";
+    }
+    return out;
+  };
+  for (unsigned seed = 1; seed <= 40; ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 rng(seed);
+    auto const pick = [&] { return ClassSpec{names[rng() % names.size()], rng() % 4 == 0}; };
+    PbrHarness h;
+    setUp(h);
+    h.start();
+    std::vector<ClassSpec> list;
+    for (int step = 0; step < 30; ++step) {
+      for (int change = 1 + static_cast<int>(rng() % 2); change > 0; --change) {
+        std::size_t const at = list.empty() ? 0 : rng() % list.size();
+        switch (rng() % 5) {
+          case 0:
+          case 1:
+            list.insert(list.begin() + static_cast<std::ptrdiff_t>(at), pick());
+            break;
+          case 2:
+            if (!list.empty()) {
+              list.erase(list.begin() + static_cast<std::ptrdiff_t>(at));
+            }
+            break;
+          case 3:
+            if (!list.empty()) {
+              std::swap(list[at], list[rng() % list.size()]);
+            }
+            break;
+          default:
+            list.resize(rng() % 6);
+            for (auto& spec : list) {
+              spec = pick();
+            }
+        }
+      }
+      h.policyIs("red", list, rng() % 2 == 0);
+      if (rng() % 3 == 0) {
+        h.settle();
+      }
+    }
+    h.settle();
+    PbrHarness fresh;
+    setUp(fresh);
+    fresh.policyIs("red", list);
+    fresh.start();
+    fresh.settle();
+    ASSERT_EQ(outputs(h), outputs(fresh));
+  }
 }
 
 }  // namespace

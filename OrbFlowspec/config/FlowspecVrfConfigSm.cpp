@@ -1,5 +1,7 @@
 #include "OrbFlowspec/config/FlowspecVrfConfigSm.h"
 
+#include <vector>
+
 #include "OrbFlowspec/translation/ClassMapMatchBuilder.h"
 #include "platform/trace/Trace.h"
 
@@ -231,11 +233,13 @@ void FlowspecVrfConfigSm::handlePolicy() {
     assignClassPriorities(*subconfig);
   }
   TRACE(gTrace, 6, "Assigned ", subconfig->classPrio().size(), " class priorities");
+  std::vector<Flowspec::FlowspecKey> withdrawn;
   for (auto const& key : actionBacklog()) {
     Cog::String const className = key.stringValue();
     auto const rule = in_.vrfRuleConfig->rule(key);
     if (!rule) {
       subconfig->classActionDel(className);
+      withdrawn.push_back(key);
       continue;
     }
     auto const classAction = Cog::make<PolicyMap::ClassAction>(className);
@@ -253,13 +257,20 @@ void FlowspecVrfConfigSm::handlePolicy() {
   in_.policyMapConfig->subconfigDel(curPmapVersion());
   curPmapVersionIs(version);
   TRACE(gTrace, 6, "Cur pmap subconfig version ", version);
-  // Every rule has its container now: there are stale ones only when there are more.
+  // The containers of withdrawn rules go once no version uses their actions. Every rule has
+  // its container now, so any other stale one shows as a surplus, found by a sweep.
+  auto const dropStale = [this](Flowspec::FlowspecKey const& key) {
+    if (classActionContainer(key) && !in_.vrfRuleConfig->rule(key)) {
+      TRACE(gTrace, 6, "Cleanup stale action container for ", key);
+      classActionContainerDel(key);
+    }
+  };
+  for (auto const& key : withdrawn) {
+    dropStale(key);
+  }
   if (classActionContainer().size() > in_.vrfRuleConfig->rule().size()) {
     for (auto const& [key, container] : classActionContainer()) {
-      if (!in_.vrfRuleConfig->rule(key)) {
-        TRACE(gTrace, 6, "Cleanup stale action container for ", key);
-        classActionContainerDel(key);
-      }
+      dropStale(key);
     }
   }
   policyTimerTask_->stopTimerTask();

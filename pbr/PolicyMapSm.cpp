@@ -181,6 +181,7 @@ void PolicyMapSm::takeUpClassList() {
   std::vector<std::uint32_t> placeOf(before, kGone);  // where each old class is now
   if (currCfg_) {
     classes.reserve(currCfg_->classPrio().size());
+    classIndex_.reserve(currCfg_->classPrio().size());
     std::uint32_t next = 0;
     for (auto const& [priority, name] : currCfg_->classPrio()) {  // in priority order
       auto const place = static_cast<std::uint32_t>(classes.size());
@@ -189,10 +190,9 @@ void PolicyMapSm::takeUpClassList() {
       }
       std::uint32_t old = next;
       if (next == before || classes_[next].name != name) {
-        auto const found = classIndex_.find(name);
-        if (found == classIndex_.end()) {
-          // A new class: its index entry holds its place past the old ones until the walk ends.
-          classIndex_.emplace(name, before + place);
+        // A new class's index entry holds its place past the old ones until the walk ends.
+        auto const [found, created] = classIndex_.try_emplace(name, before + place);
+        if (created) {
           classes.emplace_back().name = name;
           continue;
         }
@@ -212,7 +212,8 @@ void PolicyMapSm::takeUpClassList() {
       builder_.forget(classes_[i].name);
     }
   }
-  for (auto it = classIndex_.begin(); it != classIndex_.end();) {
+  // Index entries to the new places (those of a first list hold them already).
+  for (auto it = classIndex_.begin(); before > 0 && it != classIndex_.end();) {
     std::uint32_t& place = it->second;
     if (place >= before) {
       place -= before;

@@ -135,7 +135,8 @@ void PolicyMapSm::classMapNotified(Cog::String const& name) {
   // (a feature's own state machine may): that version builds it again, whether or not its
   // action changed.
   if (auto const found = classIndex_.find(name);
-      found != classIndex_.end() && !builder_.current(name, *cmapTypeConfig_)) {
+      found != classIndex_.end() &&
+      !Pbr::entriesCurrent(name, classes_[found->second].entries, *cmapTypeConfig_)) {
     classes_[found->second].built = false;
   }
   handleClassMap(name);
@@ -208,8 +209,6 @@ void PolicyMapSm::takeUpClassList() {
   for (std::uint32_t i = 0; i < before; ++i) {
     if (placeOf[i] == kGone) {
       status_->cmapDel(classes_[i].name);
-      classMapReactors_.erase(classes_[i].name);
-      builder_.forget(classes_[i].name);
     }
   }
   // Index entries to the new places (those of a first list hold them already).
@@ -236,7 +235,7 @@ void PolicyMapSm::takeUpClassList() {
   for (auto& record : classes_) {
     if (!record.status) {
       record.status = status_->cmapIs(record.name);
-      classMapReactorUpdate(record.name);
+      classMapReactorUpdate(record);
     }
   }
 }
@@ -255,26 +254,24 @@ bool PolicyMapSm::listsSameClasses() const {
 }
 
 void PolicyMapSm::classMapReactorsUpdate() {
-  std::erase_if(classMapReactors_,
-                [this](auto const& entry) { return !classIndex_.contains(entry.first); });
-  for (auto const& record : classes_) {
-    classMapReactorUpdate(record.name);
+  for (auto& record : classes_) {
+    classMapReactorUpdate(record);
   }
 }
 
 void PolicyMapSm::classMapReactorUpdate(Cog::String const& name) {
-  if (!classIndex_.contains(name)) {
-    return;
+  if (auto const found = classIndex_.find(name); found != classIndex_.end()) {
+    classMapReactorUpdate(classes_[found->second]);
   }
-  auto const published = cmapTypeConfig_->cmap(name);
+}
+
+void PolicyMapSm::classMapReactorUpdate(ClassRecord& record) {
+  auto const published = cmapTypeConfig_->cmap(record.name);
   if (!published) {
-    classMapReactors_.erase(name);
-    return;
-  }
-  auto& reactor = classMapReactors_[name];
-  if (!reactor || reactor->notifier() != published) {
-    reactor = std::make_unique<ClassMapReactor>(published, this);
-    reactor->notificationActiveIs(reactors_->config.notificationActive());
+    record.reactor = nullptr;
+  } else if (!record.reactor || record.reactor->notifier() != published) {
+    record.reactor = std::make_unique<ClassMapReactor>(published, this);
+    record.reactor->notificationActiveIs(reactors_->config.notificationActive());
   }
 }
 
@@ -311,8 +308,8 @@ void PolicyMapSm::rebuildPrograms() {
     }
     ClassRecord& record = classes_[i];
     if (!record.built) {
-      auto perFamily = builder_.classPrograms(record.name, currCfg_->classAction(record.name).get(),
-                                              *cmapTypeConfig_);
+      auto perFamily = Pbr::classPrograms(
+          record.name, record.entries, currCfg_->classAction(record.name).get(), *cmapTypeConfig_);
       for (std::size_t slot = 0; slot < 2; ++slot) {
         record.programIndex[slot] = kNoProgram;
         if (perFamily[slot]) {
@@ -596,8 +593,10 @@ void PolicyMapSm::countersDone(std::vector<Pbr::ClassCounters> const& counters) 
 void PolicyMapSm::hasNotificationActiveIs(bool active) {
   reactors_->config.notificationActiveIs(active);
   reactors_->cmapType.notificationActiveIs(active);
-  for (auto& [name, reactor] : classMapReactors_) {
-    reactor->notificationActiveIs(active);
+  for (auto& record : classes_) {
+    if (record.reactor) {
+      record.reactor->notificationActiveIs(active);
+    }
   }
   if (!active || !initialized_) {
     return;
@@ -606,7 +605,7 @@ void PolicyMapSm::hasNotificationActiveIs(bool active) {
   classMapReactorsUpdate();
   bool stale = false;
   for (auto& record : classes_) {
-    if (!builder_.current(record.name, *cmapTypeConfig_)) {
+    if (!Pbr::entriesCurrent(record.name, record.entries, *cmapTypeConfig_)) {
       record.built = false;
       stale = true;
     }

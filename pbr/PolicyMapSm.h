@@ -14,7 +14,7 @@
 #include "models/policymap/PolicyMapSmKey.h"
 #include "models/policymap/PolicyMapStatus.h"
 #include "models/policymap/PolicyMapTypeConfig.h"
-#include "pbr/ClassProgramBuilder.h"
+#include "pbr/ClassPrograms.h"
 #include "pbr/Dataplane.h"
 #include "platform/kiln/KilnBaseOutputSm.h"
 #include "platform/kiln/TimerWheel.h"
@@ -99,6 +99,8 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
   struct ClassRecord {
     Cog::String name;
     Kiln::UniqueId cmapVersion;
+    Pbr::ClassEntries entries;
+    std::unique_ptr<ClassMapReactor> reactor;  // on its class-map while published
     // Whether its programs are built from its action and class-map as they stand; where they
     // are in programs_.
     bool built = false;
@@ -145,6 +147,7 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
   // Watches the class-maps of the version in use as published now.
   void classMapReactorsUpdate();
   void classMapReactorUpdate(Cog::String const& name);
+  void classMapReactorUpdate(ClassRecord& record);
   // A class-map the version may use was published, withdrawn or has a new version in use.
   void classMapNotified(Cog::String const& name);
   void rebuildPrograms();
@@ -171,12 +174,10 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
   bool initialized_ = false;
 
   std::unique_ptr<Reactors> reactors_;
-  std::unordered_map<Cog::String, std::unique_ptr<ClassMapReactor>> classMapReactors_;
   Cog::Ptr<PolicyMapSubConfig const> currCfg_;
   std::vector<ClassRecord> classes_;
   std::unordered_map<Cog::String, std::uint32_t> classIndex_;
   std::vector<std::uint32_t> dirty_;
-  Pbr::ClassProgramBuilder builder_;
   // Per family: the program of the version in use (null when no class has the family) and,
   // per class of the program, its index in classes_.
   std::array<std::shared_ptr<Pbr::PolicyProgram const>, 2> programs_;

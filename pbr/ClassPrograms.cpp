@@ -1,4 +1,4 @@
-#include "pbr/ClassProgramBuilder.h"
+#include "pbr/ClassPrograms.h"
 
 #include "models/pbr/PbrFwdAction.h"
 
@@ -24,18 +24,16 @@ std::shared_ptr<Entries const> entriesFrom(Rules const& rules) {
 
 }  // namespace
 
-ClassProgramBuilder::PerFamily ClassProgramBuilder::classPrograms(
-    Cog::String const& name, PolicyMap::ClassAction const* classAction,
-    PolicyMap::ClassMapTypeConfig const& cmapTypeConfig) {
+PerFamily classPrograms(Cog::String const& name, ClassEntries& entries,
+                        PolicyMap::ClassAction const* classAction,
+                        PolicyMap::ClassMapTypeConfig const& cmapTypeConfig) {
   PerFamily out;
   auto const sub = publishedVersion(name, cmapTypeConfig);
-  if (!sub) {
-    built_.erase(name);
-    return out;
+  if (entries.from != sub) {
+    entries = ClassEntries{sub, nullptr, nullptr};
   }
-  Built& built = built_[name];
-  if (built.from != sub) {
-    built = Built{sub, nullptr, nullptr};
+  if (!sub) {
+    return out;
   }
   auto const ipMatch = sub->match(PolicyMap::ClassMapMatchOption::matchIpAccessGroup);
   auto const ip6Match = sub->match(PolicyMap::ClassMapMatchOption::matchIpv6AccessGroup);
@@ -44,27 +42,25 @@ ClassProgramBuilder::PerFamily ClassProgramBuilder::classPrograms(
   }
   ClassProgram const program{name, sub->version(), actionSpecFrom(classAction), nullptr, nullptr};
   if (ipMatch) {
-    if (!built.ipEntries) {
-      built.ipEntries = entriesFrom<IpEntries>(ipMatch->ipRule());
+    if (!entries.ipEntries) {
+      entries.ipEntries = entriesFrom<IpEntries>(ipMatch->ipRule());
     }
     out[0] = program;
-    out[0]->ipEntries = built.ipEntries;
+    out[0]->ipEntries = entries.ipEntries;
   }
   if (ip6Match) {
-    if (!built.ip6Entries) {
-      built.ip6Entries = entriesFrom<Ip6Entries>(ip6Match->ip6Rule());
+    if (!entries.ip6Entries) {
+      entries.ip6Entries = entriesFrom<Ip6Entries>(ip6Match->ip6Rule());
     }
     out[1] = program;
-    out[1]->ip6Entries = built.ip6Entries;
+    out[1]->ip6Entries = entries.ip6Entries;
   }
   return out;
 }
 
-bool ClassProgramBuilder::current(Cog::String const& name,
-                                  PolicyMap::ClassMapTypeConfig const& cmapTypeConfig) const {
-  auto const found = built_.find(name);
-  auto const sub = publishedVersion(name, cmapTypeConfig);
-  return found == built_.end() ? !sub : found->second.from == sub;
+bool entriesCurrent(Cog::String const& name, ClassEntries const& entries,
+                    PolicyMap::ClassMapTypeConfig const& cmapTypeConfig) {
+  return entries.from == publishedVersion(name, cmapTypeConfig);
 }
 
 ActionSpec actionSpecFrom(PolicyMap::ClassAction const* classAction) {

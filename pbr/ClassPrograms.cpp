@@ -24,10 +24,10 @@ std::shared_ptr<Entries const> entriesFrom(Rules const& rules) {
 
 }  // namespace
 
-PerFamily classPrograms(Cog::String const& name, ClassEntries& entries,
-                        PolicyMap::ClassAction const* classAction,
-                        PolicyMap::ClassMapTypeConfig const& cmapTypeConfig) {
-  PerFamily out;
+ClassProgramsByFamily classPrograms(Cog::String const& name, ClassEntries& entries,
+                                    PolicyMap::ClassAction const* classAction,
+                                    PolicyMap::ClassMapTypeConfig const& cmapTypeConfig) {
+  ClassProgramsByFamily out;
   auto const sub = publishedVersion(name, cmapTypeConfig);
   if (entries.from != sub) {
     entries = ClassEntries{sub, nullptr, nullptr};

@@ -23,10 +23,10 @@ struct ClassEntries {
 // entries from the current version of its published class-map, and its action. None for a
 // family when the class-map is not published, has no current version or no match of the
 // family. `entries` is the class's own, updated to what the entries now come from.
-using PerFamily = std::array<std::optional<ClassProgram>, 2>;
-PerFamily classPrograms(Cog::String const& name, ClassEntries& entries,
-                        PolicyMap::ClassAction const* classAction,
-                        PolicyMap::ClassMapTypeConfig const& cmapTypeConfig);
+using ClassProgramsByFamily = std::array<std::optional<ClassProgram>, 2>;
+ClassProgramsByFamily classPrograms(Cog::String const& name, ClassEntries& entries,
+                                    PolicyMap::ClassAction const* classAction,
+                                    PolicyMap::ClassMapTypeConfig const& cmapTypeConfig);
 // Whether the class's entries were built from the class-map version published now (a class
 // never built counts as current while its class-map gives nothing to build).
 bool entriesCurrent(Cog::String const& name, ClassEntries const& entries,

@@ -1,5 +1,6 @@
 #include "pbr/PolicyMapSm.h"
 
+#include <iterator>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -212,17 +213,12 @@ void PolicyMapSm::takeUpClassList() {
     }
   }
   // Index entries to the new places (those of a first list hold them already).
-  for (auto it = classIndex_.begin(); before > 0 && it != classIndex_.end();) {
-    std::uint32_t& place = it->second;
-    if (place >= before) {
-      place -= before;
-    } else if (placeOf[place] != kGone) {
-      place = placeOf[place];
-    } else {
-      it = classIndex_.erase(it);
-      continue;
+  if (before > 0) {
+    for (auto it = classIndex_.begin(); it != classIndex_.end();) {
+      std::uint32_t& place = it->second;
+      place = place >= before ? place - before : placeOf[place];
+      it = place == kGone ? classIndex_.erase(it) : std::next(it);
     }
-    ++it;
   }
   if (status_->cmap().size() > classes.size()) {
     for (auto const& [name, cmapStatus] : status_->cmap()) {

@@ -251,13 +251,15 @@ void FlowspecVrfStatusSm::processRule(Flowspec::FlowspecKey const& key) {
   Cog::String errorReason = status == HwRuleProgrammingStatus::hwStatusInstalled
                                 ? Cog::String()
                                 : flowspecUtil_.statusCodeToStrep(status);
-  auto const unsupported = in_.flowspecStatus->unsupportedQual(key.af());
-  for (auto const& [type, component] : ruleConfig->matchSet()) {
-    if (unsupported.qual(type)) {
-      status = HwRuleProgrammingStatus::hwStatusUnsupportedQualifier;
-      errorReason = flowspecUtil_.statusCodeToStrep(status) + " - " +
-                    flowspecUtil_.compTypeToDetailLabel(type);
-      break;
+  if (auto const* unsupported = in_.flowspecStatus->unsupportedQual().find(key.af());
+      unsupported && !unsupported->empty()) {
+    for (auto const& [type, component] : ruleConfig->matchSet()) {
+      if (unsupported->qual(type)) {
+        status = HwRuleProgrammingStatus::hwStatusUnsupportedQualifier;
+        errorReason = flowspecUtil_.statusCodeToStrep(status) + " - " +
+                      flowspecUtil_.compTypeToDetailLabel(type);
+        break;
+      }
     }
   }
   TRACE(gTrace, 7, key, ", statusCode: ", status, ", errorReason: ", errorReason);
@@ -307,17 +309,12 @@ FlowspecVrfStatusSm::Status FlowspecVrfStatusSm::afInstalled(Nwk::AddressFamily 
                                      : found->second;
 }
 
+// A family without an entry stands for not installed, so a first entry of not installed changes
+// no rule's status and re-evaluates none.
 void FlowspecVrfStatusSm::afInstalledIs(Nwk::AddressFamily af, Status status) {
-  auto const [slot, created] = afInstalled_.try_emplace(af, status);
-  if (!created && slot->second == status) {
-    return;
-  }
-  slot->second = status;
-  handleRuleFor(af);
-}
-
-void FlowspecVrfStatusSm::afInstalledDel(Nwk::AddressFamily af) {
-  if (afInstalled_.erase(af) > 0) {
+  auto const before = afInstalled(af);
+  afInstalled_[af] = status;
+  if (status != before) {
     handleRuleFor(af);
   }
 }

@@ -75,11 +75,10 @@ class FlowspecVrfStatusSm : public Kiln::KilnBaseOutputSm {
   static Status ruleStatusFor(PolicyMap::ClassState state);
   void doCleanup();
 
-  // The aggregate state of the interfaces of a family; 0 when none is recorded.
+  // The aggregate state of the interfaces of a family; not installed when none is recorded.
   Status afInstalled(Nwk::AddressFamily af) const;
   // Stores the aggregate and re-evaluates the family's rules when it changed.
   void afInstalledIs(Nwk::AddressFamily af, Status status);
-  void afInstalledDel(Nwk::AddressFamily af);
 
   // Class-maps: one nested reactor per class-map status.
   class ClassMapStatusSm;

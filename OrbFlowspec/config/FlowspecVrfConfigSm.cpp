@@ -31,6 +31,15 @@ class FlowspecVrfConfigSm::RuleConfigSm
   void handleTrafficRateLimit() override { owner()->handleRuleAction(ruleKey()); }
   void handleTrafficAction() override { owner()->handleRuleAction(ruleKey()); }
   void handleTrafficMarkingDscp() override { owner()->handleRuleAction(ruleKey()); }
+  // A rule met for the first time is queued once, not once per component and action.
+  void replay() override {
+    if (!notifier()) {
+      return;
+    }
+    owner()->handleRuleConfig(ruleKey());
+    owner()->handleRedirectVrfId(ruleKey());
+    owner()->handleRuleAction(ruleKey());
+  }
 };
 
 struct FlowspecVrfConfigSm::Reactors {

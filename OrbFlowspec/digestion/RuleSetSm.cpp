@@ -78,7 +78,14 @@ void RuleSetSm::handleRule(Flowspec::FlowspecTidalKey const& tidalKey) {
     return;
   }
   vrfRuleConfig = config_->vrfRuleConfigIs(vrfId);
-  auto const ruleConfig = vrfRuleConfig->ruleIs(key);
+  // A new rule is digested aside and joins the VRF whole, or not at all: its watchers meet it
+  // once, complete, instead of once per component and action. A known rule is updated in place,
+  // so that only what changed is told.
+  auto ruleConfig = vrfRuleConfig->rule(key);
+  bool const fresh = !ruleConfig;
+  if (fresh) {
+    ruleConfig = Cog::make<Flowspec::RuleConfig>(key);
+  }
   ruleConfig->ruleIdIs(rule.ruleId);
   MatchCompType status;
   try {
@@ -98,6 +105,9 @@ void RuleSetSm::handleRule(Flowspec::FlowspecTidalKey const& tidalKey) {
     infeasible->ruleIdIs(rule.ruleId);
     vrfRuleConfig->ruleDel(key);
   } else {
+    if (fresh) {
+      vrfRuleConfig->ruleIs(key, Cog::built(ruleConfig));
+    }
     vrfRuleConfig->infeasibleRuleDel(key);
   }
 }

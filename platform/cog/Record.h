@@ -42,7 +42,8 @@
 //                                                                    handleX(k)
 //   (hashChildren|orderedChildren, K, C, x, X)
 //                                    x(), x(k) the child or null, xIs(k, args...) finds or
-//                                    creates C(k, args...), xDel(k), xDelAll()
+//                                    creates C(k, args...), xIs(k, Cog::built(child)) finds
+//                                    or adds a child built aside, xDel(k), xDelAll()
 //                                                                    handleX(k)
 // Setters notify only on change: a value setter when the value differs, xIs of a collection
 // when it creates or changes an entry, xDel when it removes one, xDelAll once per entry.
@@ -73,6 +74,20 @@
  public:                                                                                       \
   static_assert(true, "")
 
+namespace Cog {
+
+// A child made before it joins its collection; see xIs(k, Cog::built(child)).
+template <class C>
+struct Built {
+  Ptr<C> child;
+};
+template <class C>
+Built<C> built(Ptr<C> child) {
+  return Built<C>{std::move(child)};
+}
+
+}  // namespace Cog
+
 namespace Cog::detail {
 
 template <class K>
@@ -93,6 +108,18 @@ void checkArguments(C const& child, char const* attribute, Args const&... args) 
       throw ReinstantiationError(attribute);
     }
   }
+}
+
+// Finds the child of `key` or adds the one built aside: watchers of the collection meet a new
+// child whole, once, instead of seeing each of its attributes filled in. The built child must
+// have been made for `key`; nobody may watch it yet.
+template <class C, class Map, class K>
+std::pair<Ptr<C>, bool> childIs(Map& map, K const& key, char const*, Built<C> built) {
+  if (Ptr<C>* found = map.find(key)) {
+    return {*found, false};
+  }
+  map.tryEmplace(key, built.child);
+  return {std::move(built.child), true};
 }
 
 // Finds the child of `key` or creates it with C(key, args...).

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <string>
+#include <vector>
 
 #include "OrbFlowspec/digestion/RuleSetSm.h"
 #include "platform/cog/Errors.h"
@@ -112,6 +114,35 @@ TEST(RuleSetWalk, WithdrawnAndReplacedRules) {
   rule.actionFieldSet = Flowspec::ActionFieldSet(Flowspec::ActionFieldSet::kPermit);
   ruleSet->ruleIs(rule);  // same key, new actions
   EXPECT_TRUE(ruleConfig->actionFieldSet().permit());
+}
+
+// Watchers of a VRF's rules never see a rule half digested: a new rule appears once, whole,
+// and an infeasible one not at all.
+TEST(RuleSetWalk, ANewRuleAppearsWholeAndAnInfeasibleOneNever) {
+  struct Watcher : Flowspec::VrfRuleConfig::Reactor {
+    using Reactor::Reactor;
+    void handleRule(Flowspec::FlowspecKey const& key) override {
+      auto const rule = notifier()->rule(key);
+      seen.push_back(key.stringValue() +
+                     (rule ? " components " + std::to_string(rule->matchSet().size()) +
+                                 (rule->actionFieldSet().deny() ? " deny" : "")
+                           : " gone"));
+    }
+    std::vector<std::string> seen;
+  };
+  auto scheduler = Kiln::simulatedTaskSchedulerFactory();
+  auto ruleSet = Cog::make<Flowspec::RuleSet>();
+  auto config = Cog::make<Flowspec::Config>();
+  auto walker = OrbFlowspec::ruleSetSmFactory(scheduler, ruleSet, config);
+  scheduler->runUntilIdle();
+  Watcher watcher(config->vrfRuleConfigIs(4));
+  ruleSet->ruleIs(makeRule(4, "ipv4 dport <0", 1));
+  auto const rule = makeRule(4, "ipv4 proto =6 dport =80", 2);
+  ruleSet->ruleIs(rule);
+  std::string const text = rule.key.getFlowspecKey().stringValue();
+  EXPECT_EQ(watcher.seen, std::vector<std::string>{text + " components 2 deny"});
+  ruleSet->ruleDel(rule.key);
+  EXPECT_EQ(watcher.seen.back(), text + " gone");
 }
 
 TEST(RuleSetWalk, RefusedKeysAreTracedAndTheOthersDigested) {

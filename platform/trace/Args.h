@@ -14,8 +14,17 @@
 // traceEncode(Encoder&) const and static traceDecode(Decoder&) (addresses, prefixes, rule keys:
 // opting in, because a copy must not point into what may be gone when the ring is read);
 // anything else (framework pointers, streamable values) is formatted when traced, as before.
+// A constant character array is taken for a string literal and kept by its address, literals
+// living as long as the program: never trace a constant array with automatic storage. A
+// mutable array is copied as text.
 // A message reads back exactly as concat() of the same pieces would have written it.
 namespace Trace {
+
+// A string literal among the pieces, kept by address.
+struct Literal {
+  Literal(char const* literal) : text(literal) {}  // implicit: made from the literal piece
+  char const* text;
+};
 
 class Encoder {
  public:
@@ -78,7 +87,9 @@ concept CopiedAsBytes = std::is_arithmetic_v<T> || std::is_enum_v<T> || std::is_
 
 template <class T>
 void encode(Encoder& e, T const& piece) {
-  if constexpr (TextLike<T>) {
+  if constexpr (std::is_same_v<T, Literal>) {
+    e.raw(piece.text);
+  } else if constexpr (TextLike<T>) {
     e.text(std::string_view(piece));
   } else if constexpr (HasTraceCodec<T>) {
     piece.traceEncode(e);
@@ -93,7 +104,9 @@ void encode(Encoder& e, T const& piece) {
 
 template <class T>
 void decode(Decoder& d, std::string& out) {
-  if constexpr (TextLike<T>) {
+  if constexpr (std::is_same_v<T, Literal>) {
+    out.append(d.raw<char const*>());
+  } else if constexpr (TextLike<T>) {
     out.append(d.text());
   } else if constexpr (HasTraceCodec<T>) {
     append(out, T::traceDecode(d));
@@ -109,17 +122,26 @@ void formatPieces(Decoder& d, std::string& out) {
   (decode<Pieces>(d, out), ...);  // a fold over the comma operator runs left to right
 }
 
+// How a piece passed as `P&&` is kept: a constant character array as a literal, anything else
+// as its decayed type (a mutable array as its characters).
+template <class P>
+inline constexpr bool kIsLiteral = false;
+template <std::size_t N>
+inline constexpr bool kIsLiteral<char const (&)[N]> = true;
+template <class P>
+using PieceType = std::conditional_t<kIsLiteral<P>, Literal, std::decay_t<P>>;
+
 }  // namespace detail
 
-// The formatter for the pieces' types (arrays decay: a literal is kept as its characters).
+// The formatter for the pieces' types, as deduced for forwarding references.
 template <class... Pieces>
 constexpr Formatter formatterFor() {
-  return &detail::formatPieces<std::decay_t<Pieces const>...>;
+  return &detail::formatPieces<detail::PieceType<Pieces>...>;
 }
 
 template <class... Pieces>
-void encodePieces(Encoder& e, Pieces const&... pieces) {
-  (detail::encode<std::decay_t<Pieces const>>(e, pieces), ...);
+void encodePieces(Encoder& e, Pieces&&... pieces) {
+  (detail::encode<detail::PieceType<Pieces>>(e, pieces), ...);
 }
 
 }  // namespace Trace

@@ -44,35 +44,34 @@ void RingBuffer::append(std::uint16_t handleId, int level, std::string_view func
   ++records_;
 }
 
+// Positions stay below the buffer's size, so wrapping is one subtraction: tracing is on every
+// hot path, and a division costs more than copying a short piece.
 void RingBuffer::write(void const* data, std::size_t size) {
   auto const* bytes = static_cast<char const*>(data);
-  std::size_t tail = (head_ + used_) % buffer_.size();
-  for (std::size_t done = 0; done < size;) {
-    std::size_t const chunk = std::min(size - done, buffer_.size() - tail);
-    std::memcpy(buffer_.data() + tail, bytes + done, chunk);
-    done += chunk;
-    tail = (tail + chunk) % buffer_.size();
-  }
+  std::size_t const capacity = buffer_.size();
+  std::size_t tail = head_ + used_;
+  tail -= tail >= capacity ? capacity : 0;
+  std::size_t const first = std::min(size, capacity - tail);
+  std::memcpy(buffer_.data() + tail, bytes, first);
+  std::memcpy(buffer_.data(), bytes + first, size - first);
   used_ += size;
 }
 
 void RingBuffer::read(std::size_t offset, void* data, std::size_t size) const {
   auto* bytes = static_cast<char*>(data);
-  std::size_t pos = offset % buffer_.size();
-  for (std::size_t done = 0; done < size;) {
-    std::size_t const chunk = std::min(size - done, buffer_.size() - pos);
-    std::memcpy(bytes + done, buffer_.data() + pos, chunk);
-    done += chunk;
-    pos = (pos + chunk) % buffer_.size();
-  }
+  std::size_t const capacity = buffer_.size();
+  std::size_t const pos = offset < capacity ? offset : offset % capacity;
+  std::size_t const first = std::min(size, capacity - pos);
+  std::memcpy(bytes, buffer_.data() + pos, first);
+  std::memcpy(bytes + first, buffer_.data(), size - first);
 }
 
 void RingBuffer::dropOldest() {
   Header header;
   read(head_, &header, sizeof header);
-  std::size_t const size = sizeof(Header) + header.messageLength;
-  head_ = (head_ + size) % buffer_.size();
-  used_ -= size;
+  head_ += sizeof(Header) + header.messageLength;
+  head_ -= head_ >= buffer_.size() ? buffer_.size() : 0;
+  used_ -= sizeof(Header) + header.messageLength;
   --records_;
 }
 

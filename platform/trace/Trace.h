@@ -59,7 +59,7 @@ class Handle {
   void emit(int level, std::string_view function, std::string_view message) const;
   // Into the ring only, as encoded pieces formatted when the ring is read.
   template <class... Pieces>
-  void record(int level, std::string_view function, Pieces const&... pieces) const {
+  void record(int level, std::string_view function, Pieces&&... pieces) const {
     Encoder& encoder = scratchEncoder();
     encoder.clear();
     encodePieces(encoder, pieces...);

@@ -63,13 +63,15 @@ TEST(TraceHandle, MessagesBelowBothLevelsAreNotFormatted) {
 TEST(TraceRingBuffer, FormatsEncodedPiecesWhenRead) {
   Trace::ScopedTextLevel level("TraceTest", 0);
   std::string changing = "before";
+  char buffer[8] = "buf";
   TRACE(gTestHandle, 4, "a", 1, changing, true, WithStrep{}, Colour::red, 'c', 2.5, -7,
-        Trace::Hex{0xfffff}, std::string_view("view"), static_cast<std::uint8_t>(200));
+        Trace::Hex{0xfffff}, std::string_view("view"), static_cast<std::uint8_t>(200), buffer);
   changing = "after";
+  buffer[0] = 'B';
   EXPECT_EQ(Trace::ringBuffer().lines().back(),
             std::to_string(gTestHandle.id()) +
                 "/4 {anonymous}::TraceRingBuffer_FormatsEncodedPiecesWhenRead_Test::TestBody: "
-                "a1beforetrue<strep>3c2.5-7fffffview200");
+                "a1beforetrue<strep>3c2.5-7fffffview200buf");
 }
 
 TEST(TraceRingBuffer, OverwritesOldestRecordsFirst) {

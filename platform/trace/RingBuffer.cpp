@@ -52,8 +52,12 @@ void RingBuffer::write(void const* data, std::size_t size) {
   std::size_t tail = head_ + used_;
   tail -= tail >= capacity ? capacity : 0;
   std::size_t const first = std::min(size, capacity - tail);
-  std::memcpy(buffer_.data() + tail, bytes, first);
-  std::memcpy(buffer_.data(), bytes + first, size - first);
+  if (first > 0) {
+    std::memcpy(buffer_.data() + tail, bytes, first);
+  }
+  if (first < size) {
+    std::memcpy(buffer_.data(), bytes + first, size - first);
+  }
   used_ += size;
 }
 
@@ -63,7 +67,9 @@ void RingBuffer::read(std::size_t offset, void* data, std::size_t size) const {
   std::size_t const pos = offset < capacity ? offset : offset % capacity;
   std::size_t const first = std::min(size, capacity - pos);
   std::memcpy(bytes, buffer_.data() + pos, first);
-  std::memcpy(bytes + first, buffer_.data(), size - first);
+  if (first < size) {
+    std::memcpy(bytes + first, buffer_.data(), size - first);
+  }
 }
 
 void RingBuffer::dropOldest() {

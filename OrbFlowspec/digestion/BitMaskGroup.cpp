@@ -198,7 +198,7 @@ bool processGroupVector(BitMaskGroupVector const& groupVector,
 }
 
 template <>
-bool processedOpValToMatchComponent(Flowspec::MatchComponent const&, Flowspec::MatchComponent&) {
+bool processedOpValToMatchComponent(Flowspec::MatchComponent&, Flowspec::MatchComponent&) {
   return true;
 }
 

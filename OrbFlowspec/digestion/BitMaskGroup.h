@@ -46,7 +46,7 @@ bool processGroupVector(BitMaskGroupVector const& groupVector, Flowspec::MatchCo
 
 // Bitmask components are written by processGroupVector already.
 template <>
-bool processedOpValToMatchComponent(Flowspec::MatchComponent const& processed,
+bool processedOpValToMatchComponent(Flowspec::MatchComponent& processed,
                                     Flowspec::MatchComponent& component);
 
 }  // namespace OrbFlowspec

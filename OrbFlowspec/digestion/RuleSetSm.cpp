@@ -184,15 +184,18 @@ MatchCompType RuleSetSm::digestFlowspecRule(Cog::Ptr<Flowspec::RuleConfig> const
 namespace {
 
 // Digests the pairs [start, end] of one component: pairs joined by AND form a term whose
-// groups are intersected; terms are ORed into `processed`.
+// groups are intersected; terms are ORed into `processed`. A group is held by value
+// (NumericalRangeGroup) or by pointer (BitMaskGroup); either is false when its pair selects
+// nothing. `groupVector` is the caller's buffer for the groups of a term.
 template <class Group, class Processed>
 bool digestComponent(Flowspec::FlowspecKey const& key, MatchOpValIndex start, MatchOpValIndex end,
-                     Processed& processed, Flowspec::MatchComponent& component) {
-  std::vector<Cog::Ptr<Group const>> groupVector;
+                     std::vector<Group>& groupVector, Processed& processed,
+                     Flowspec::MatchComponent& component) {
+  groupVector.clear();
   for (MatchOpValIndex index = start;;) {
     Flowspec::MatchOpValResult const pair = key.getOptVal(index);
     TRACE(gTrace, 8, "index ", index.value(), ", matchOpValResult ", pair);
-    auto group = convertMatchOpValResultToGroup<Cog::Ptr<Group const>>(pair);
+    auto group = convertMatchOpValResultToGroup<Group>(pair);
     if (!group) {
       return false;
     }
@@ -230,11 +233,15 @@ bool RuleSetSm::digestMatchComponent(Cog::Ptr<Flowspec::RuleConfig> const& ruleC
         ", matchCompType ", component.matchCompType());
   bool status = false;
   if (component.matchTypeNumericalRange()) {
-    Cog::Ptr<OrderedNumericalRangeGroup> ordered = scratchOrderedNumericalRangeGroup();
-    ordered->rangeDelAll();
-    status = digestComponent<NumericalRangeGroup>(key, start, end, ordered, component);
+    // Numeric components are most of a rule set: their buffers are kept between components,
+    // as digestion is not re-entrant.
+    static NumericalRangeGroupVector groups;
+    static OrderedNumericalRangeGroup ordered;
+    ordered.rangeDelAll();
+    status = digestComponent(key, start, end, groups, ordered, component);
   } else if (component.matchTypeBitMask()) {
-    status = digestComponent<BitMaskGroup>(key, start, end, component, component);
+    BitMaskGroupVector groups;
+    status = digestComponent(key, start, end, groups, component, component);
   } else {
     COG_ASSERT(0);
   }

@@ -198,47 +198,55 @@ std::optional<IpGenAddr> IpGenAddr::parse(std::string_view text) {
 namespace {
 
 // Addresses are printed by the hundred thousand (class-map names, statuses, shows): digits are
-// written directly rather than through printf.
-void appendDecimal(std::string& out, unsigned value) {
+// written directly into a buffer, and the text appended at once, rather than through printf or
+// a character at a time.
+char* writeDecimal(char* p, unsigned value) {
   if (value >= 100) {
-    out += static_cast<char>('0' + value / 100);
+    *p++ = static_cast<char>('0' + value / 100);
   }
   if (value >= 10) {
-    out += static_cast<char>('0' + value / 10 % 10);
+    *p++ = static_cast<char>('0' + value / 10 % 10);
   }
-  out += static_cast<char>('0' + value % 10);
+  *p++ = static_cast<char>('0' + value % 10);
+  return p;
 }
 
-void appendHex(std::string& out, unsigned value) {
+char* writeHex(char* p, unsigned value) {
   static constexpr char kDigits[] = "0123456789abcdef";
   bool started = false;
   for (int shift = 12; shift >= 0; shift -= 4) {
     unsigned const digit = value >> shift & 0xf;
     if (started || digit != 0 || shift == 0) {
-      out += kDigits[digit];
+      *p++ = kDigits[digit];
       started = true;
     }
   }
+  return p;
 }
 
-}  // namespace
+// The longest text of an address, "ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff", and of a
+// prefix length after it, "/128".
+constexpr std::size_t kMaxAddrText = 39;
+constexpr std::size_t kMaxLenText = 4;
 
-void IpGenAddr::appendTo(std::string& out) const {
-  if (af_ == AddressFamily::ipv4) {
+// The text of `addr` written at p; the end of it.
+char* writeAddr(char* p, IpGenAddr const& addr) {
+  IpGenAddr::Bytes const& bytes = addr.bytes();
+  if (addr.af() == AddressFamily::ipv4) {
     for (int i = 0; i < 4; ++i) {
       if (i > 0) {
-        out += '.';
+        *p++ = '.';
       }
-      appendDecimal(out, bytes_[i]);
+      p = writeDecimal(p, bytes[i]);
     }
-    return;
+    return p;
   }
-  if (af_ != AddressFamily::ipv6) {
-    return;
+  if (addr.af() != AddressFamily::ipv6) {
+    return p;
   }
   std::uint16_t groups[8];
   for (int g = 0; g < 8; ++g) {
-    groups[g] = static_cast<std::uint16_t>(bytes_[2 * g] << 8 | bytes_[2 * g + 1]);
+    groups[g] = static_cast<std::uint16_t>(bytes[2 * g] << 8 | bytes[2 * g + 1]);
   }
   // RFC 5952: compress the longest run of two or more zero groups, the first on ties.
   int bestStart = -1;
@@ -258,18 +266,27 @@ void IpGenAddr::appendTo(std::string& out) const {
     }
     g = end;
   }
-  std::size_t const start = out.size();
+  char const* const start = p;
   for (int g = 0; g < 8; ++g) {
     if (g == bestStart) {
-      out += "::";
+      *p++ = ':';
+      *p++ = ':';
       g += bestLength - 1;
       continue;
     }
-    if (out.size() > start && out.back() != ':') {
-      out += ':';
+    if (p > start && p[-1] != ':') {
+      *p++ = ':';
     }
-    appendHex(out, groups[g]);
+    p = writeHex(p, groups[g]);
   }
+  return p;
+}
+
+}  // namespace
+
+void IpGenAddr::appendTo(std::string& out) const {
+  char text[kMaxAddrText];
+  out.append(text, writeAddr(text, *this));
 }
 
 std::string IpGenAddr::toStrep() const {
@@ -339,9 +356,10 @@ void IpGenPrefix::appendTo(std::string& out) const {
   if (isEmpty()) {
     return;
   }
-  addr_.appendTo(out);
-  out += '/';
-  appendDecimal(out, len_);
+  char text[kMaxAddrText + kMaxLenText];
+  char* p = writeAddr(text, addr_);
+  *p++ = '/';
+  out.append(text, writeDecimal(p, len_));
 }
 
 std::string IpGenPrefix::toStrep() const {

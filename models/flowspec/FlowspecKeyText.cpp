@@ -1,5 +1,6 @@
 // The text form of rule keys: printing the canonical text and parsing it (and hand-written
 // rules) back. The grammar is described with FlowspecKey.
+#include <array>
 #include <cctype>
 #include <charconv>
 #include <cstdio>
@@ -33,6 +34,19 @@ char const* flagName(MatchCompType type, unsigned bit) {
 
 // Keys are printed by the hundred thousand (class-map names, statuses, shows): every piece is
 // appended to one buffer, with no temporary strings.
+// The names of the component types, by type: texts are written and parsed by the hundred
+// thousand (class-map names), so they are made once.
+std::string const& typeName(MatchCompType type) {
+  static auto const names = [] {
+    std::array<std::string, FlowspecKey::kMaxType + 1> all;
+    for (std::uint32_t t = 0; t <= FlowspecKey::kMaxType; ++t) {
+      all[t] = compTypeName(static_cast<MatchCompType>(t));
+    }
+    return all;
+  }();
+  return names[static_cast<std::uint32_t>(type) & FlowspecKey::kMaxType];
+}
+
 void appendDecimal(std::string& out, std::uint32_t value) {
   char digits[10];
   auto const [end, error] = std::to_chars(digits, digits + sizeof digits, value);
@@ -128,7 +142,7 @@ std::string FlowspecKey::stringValue() const {
         out += "type";
         appendDecimal(out, static_cast<std::uint32_t>(type));
       } else {
-        out += compTypeName(type);
+        out += typeName(type);
       }
       out += ' ';
     }
@@ -244,7 +258,7 @@ class Parser {
   // pairs), without leading zeros, so that each type has one spelling.
   MatchCompType typeOf(std::string_view name, std::size_t namePos) {
     for (std::uint32_t t = 3; t <= 13; ++t) {
-      if (compTypeName(static_cast<MatchCompType>(t)) == name) {
+      if (typeName(static_cast<MatchCompType>(t)) == name) {
         return static_cast<MatchCompType>(t);
       }
     }

@@ -12,10 +12,12 @@ Cog::Ptr<PolicyMap::ClassMapSubConfig const> publishedVersion(
   return cmap ? Cog::Ptr<PolicyMap::ClassMapSubConfig const>(cmap->currCfg()) : nullptr;
 }
 
-// The filters of a match's rules, in sequence order.
+// The filters of a match's rules, in sequence order, in a vector of their exact number: it is
+// kept as long as the class-map version.
 template <class Entries, class Rules>
 std::shared_ptr<Entries const> entriesFrom(Rules const& rules) {
   auto entries = std::make_shared<Entries>();
+  entries->reserve(rules.size());
   for (auto const& [seq, rule] : rules) {
     entries->push_back(rule.filter());
   }

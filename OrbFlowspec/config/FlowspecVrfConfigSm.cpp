@@ -236,27 +236,23 @@ void FlowspecVrfConfigSm::handlePolicy() {
   if (previous) {
     subconfig->classActionShareFrom(*previous);
   }
-  if (previous && !classListChanged()) {
-    subconfig->classPrioShareFrom(*previous);
-  } else {
+  // Classes are named by their rule's key text. While priorities are assigned, every rule's
+  // class is named anyway, and a rule with a pending action is updated then with that name.
+  bool const assigned = !previous || classListChanged();
+  if (assigned) {
     assignClassPriorities(*subconfig);
+  } else {
+    subconfig->classPrioShareFrom(*previous);
   }
   TRACE(gTrace, 6, "Assigned ", subconfig->classPrio().size(), " class priorities");
   std::vector<Flowspec::FlowspecKey> withdrawn;
   for (auto const& key : actionBacklog()) {
-    Cog::String const className = key.stringValue();
     auto const rule = in_.vrfRuleConfig->rule(key);
     if (!rule) {
-      subconfig->classActionDel(className);
+      subconfig->classActionDel(key.stringValue());
       withdrawn.push_back(key);
-      continue;
-    }
-    auto const classAction = Cog::make<PolicyMap::ClassAction>(className);
-    updateClassAction(key, classAction, rule);
-    // Unchanged actions keep their ClassAction, so that the machinery sees the class unchanged.
-    auto const current = subconfig->classAction(className);
-    if (!current || !current->sameActions(*classAction)) {
-      subconfig->classActionIs(className, classAction);
+    } else if (!assigned) {
+      updateClassAction(*subconfig, key, rule, key.stringValue());
     }
   }
   actionBacklogDelAll();
@@ -287,14 +283,33 @@ void FlowspecVrfConfigSm::handlePolicy() {
   TRACE(gTrace, 6, "handlePolicy took ", Cog::System::currentTime() - start, " s");
 }
 
-// Priorities of the classes in rule precedence order, per family.
+// Priorities of the classes in rule precedence order, per family; the actions of rules in the
+// backlog are updated on the way.
 void FlowspecVrfConfigSm::assignClassPriorities(PolicyMap::PolicyMapSubConfig& subconfig) {
   afPrioValIs(Nwk::AddressFamily::ipv4, v4ClassPrioOffset);
   afPrioValIs(Nwk::AddressFamily::ipv6, v6ClassPrioOffset);
   for (auto const& [key, rule] : in_.vrfRuleConfig->rule()) {
     std::uint32_t const prio = afPrioVal(key.af());
     afPrioValIs(key.af(), prio + 1);
-    subconfig.classPrioIs(prio, key.stringValue());
+    Cog::String const className = key.stringValue();
+    if (actionBacklog(key)) {
+      updateClassAction(subconfig, key, rule, className);
+    }
+    subconfig.classPrioIs(prio, className);
+  }
+}
+
+// The rule's class action in `subconfig`. An unchanged action keeps its ClassAction, so that
+// the machinery sees the class unchanged.
+void FlowspecVrfConfigSm::updateClassAction(PolicyMap::PolicyMapSubConfig& subconfig,
+                                            Flowspec::FlowspecKey const& key,
+                                            Cog::Ptr<Flowspec::RuleConfig const> const& rule,
+                                            Cog::String const& className) {
+  auto const classAction = Cog::make<PolicyMap::ClassAction>(className);
+  updateClassAction(key, classAction, rule);
+  auto const current = subconfig.classAction(className);
+  if (!current || !current->sameActions(*classAction)) {
+    subconfig.classActionIs(className, classAction);
   }
 }
 

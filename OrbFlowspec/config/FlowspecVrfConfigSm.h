@@ -123,6 +123,9 @@ class FlowspecVrfConfigSm : public Kiln::KilnBaseOutputSm {
   struct Reactors;
 
   void assignClassPriorities(PolicyMap::PolicyMapSubConfig& subconfig);
+  void updateClassAction(PolicyMap::PolicyMapSubConfig& subconfig, Flowspec::FlowspecKey const& key,
+                         Cog::Ptr<Flowspec::RuleConfig const> const& rule,
+                         Cog::String const& className);
   void addRedirectAction(Flowspec::RuleConfig const& rule, Cog::String const& className,
                          ActionContainer& container, PolicyMap::ClassAction& classAction);
 

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <vector>
 
 #include "platform/trace/Format.h"
 
@@ -26,23 +28,39 @@ struct Literal {
   char const* text;
 };
 
+// Pieces are appended to a buffer that keeps its capacity between messages; a piece is copied
+// in place, without the checks and calls of growing a string, as tracing is on every hot path.
 class Encoder {
  public:
-  void clear() { bytes_.clear(); }
-  std::string_view bytes() const { return bytes_; }
+  void clear() { size_ = 0; }
+  std::string_view bytes() const { return {buffer_.data(), size_}; }
 
   template <class T>
   void raw(T const& value) {
     static_assert(std::is_trivially_copyable_v<T>);
-    bytes_.append(reinterpret_cast<char const*>(&value), sizeof value);
+    std::memcpy(claim(sizeof value), &value, sizeof value);
   }
   void text(std::string_view text) {
     raw(static_cast<std::uint32_t>(text.size()));
-    bytes_.append(text);
+    if (!text.empty()) {
+      std::memcpy(claim(text.size()), text.data(), text.size());
+    }
   }
 
  private:
-  std::string bytes_;
+  // Room for `size` more bytes; where they go.
+  char* claim(std::size_t size) {
+    if (size_ + size > buffer_.size()) {
+      buffer_.resize(std::max({2 * buffer_.size(), size_ + size, kInitialSize}));
+    }
+    char* const at = buffer_.data() + size_;
+    size_ += size;
+    return at;
+  }
+
+  static constexpr std::size_t kInitialSize = 256;
+  std::vector<char> buffer_;
+  std::size_t size_ = 0;
 };
 
 class Decoder {

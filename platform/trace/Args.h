@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -50,15 +49,15 @@ class Encoder {
  private:
   // Room for `size` more bytes; where they go.
   char* claim(std::size_t size) {
-    if (size_ + size > buffer_.size()) {
-      buffer_.resize(std::max({2 * buffer_.size(), size_ + size, kInitialSize}));
+    if (size_ + size > buffer_.size()) [[unlikely]] {
+      grow(size);
     }
     char* const at = buffer_.data() + size_;
     size_ += size;
     return at;
   }
+  void grow(std::size_t size);
 
-  static constexpr std::size_t kInitialSize = 256;
   std::vector<char> buffer_;
   std::size_t size_ = 0;
 };

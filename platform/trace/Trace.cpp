@@ -101,6 +101,11 @@ void Handle::emit(int level, std::string_view function, std::string_view message
   }
 }
 
+void Encoder::grow(std::size_t size) {
+  constexpr std::size_t kInitialSize = 256;
+  buffer_.resize(std::max({2 * buffer_.size(), size_ + size, kInitialSize}));
+}
+
 Encoder& Handle::scratchEncoder() {
   thread_local Encoder encoder;
   return encoder;

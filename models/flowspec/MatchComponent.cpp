@@ -97,8 +97,7 @@ void MatchComponent::traceEncode(Trace::Encoder& e) const {
   prefix().traceEncode(e);
   e.raw(static_cast<std::uint32_t>(numericalRange().size()));
   for (auto const& range : numericalRange()) {
-    e.raw(range.rangeMin());
-    e.raw(range.rangeMax());
+    range.traceEncode(e);
   }
   encodeMasks(e, tcpBitMask());
   encodeMasks(e, ipBitMask());
@@ -110,8 +109,7 @@ MatchComponent MatchComponent::traceDecode(Trace::Decoder& d) {
     c.prefixIs(prefix);
   }
   for (auto count = d.raw<std::uint32_t>(); count > 0; --count) {
-    auto const rangeMin = d.raw<std::uint32_t>();
-    c.numericalRangeIs(NumericalRange(rangeMin, d.raw<std::uint32_t>()));
+    c.numericalRangeIs(NumericalRange::traceDecode(d));
   }
   decodeMasks(d, c);
   return c;

@@ -72,6 +72,13 @@ std::string NumericalRange::toStrep() const {
   return out += ']';
 }
 
+NumericalRange NumericalRange::traceDecode(Trace::Decoder& d) {
+  NumericalRange range;  // as traced, the invalid range included
+  range.rangeMin_ = d.raw<std::uint32_t>();
+  range.rangeMax_ = d.raw<std::uint32_t>();
+  return range;
+}
+
 std::ostream& operator<<(std::ostream& os, NumericalRange const& range) {
   return os << range.toStrep();
 }

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "models/flowspec/MatchCompType.h"
+#include "platform/trace/Args.h"
 
 namespace Flowspec {
 
@@ -44,6 +45,12 @@ class NumericalRange {
   }
   // "[1, 5]".
   std::string toStrep() const;
+  // Kept in the trace ring as its two ends, printed when the ring is read.
+  void traceEncode(Trace::Encoder& e) const {
+    e.raw(rangeMin_);
+    e.raw(rangeMax_);
+  }
+  static NumericalRange traceDecode(Trace::Decoder& d);
 
  private:
   std::uint32_t rangeMin_ = invalidValue;

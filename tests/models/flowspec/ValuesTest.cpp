@@ -139,6 +139,13 @@ TEST(NumericalRange, OrderHashTextAndFieldMaxima) {
   std::ostringstream os;
   os << NumericalRange(0, 65535);
   EXPECT_EQ(os.str(), "[0, 65535]");
+  for (auto const& range : {NumericalRange(0, 65535), NumericalRange()}) {
+    Trace::Encoder traced;  // as the trace ring keeps it
+    range.traceEncode(traced);
+    Trace::Decoder reading(traced.bytes());
+    EXPECT_EQ(NumericalRange::traceDecode(reading), range) << range;
+    EXPECT_TRUE(reading.rest().empty());
+  }
   std::uint32_t const maxima[16] = {0,   0, 0,     255, 65535, 65535,   65535, 255,
                                     255, 0, 65535, 63,  0,     0xFFFFF, 0,     0};
   for (std::uint32_t t = 0; t < 16; ++t) {

@@ -347,12 +347,15 @@ void FlowspecVrfStatusSm::handleClassState(Cog::String const& name,
   if (!initialized()) {
     return;
   }
-  auto const status = in_.pmapStatus->cmap(name);
-  TRACE(gTrace, 8, "className ", name, ", classState ",
-        status ? status->classState() : PolicyMap::ClassState::classStateUnknown);
+  TRACE(gTrace, 8, "className ", name, ", classState ", classStateOf(name));
   if (key) {
     handleRule(*key);
   }
+}
+
+PolicyMap::ClassState FlowspecVrfStatusSm::classStateOf(Cog::String const& name) const {
+  auto const status = in_.pmapStatus->cmap(name);
+  return status ? status->classState() : PolicyMap::ClassState::classStateUnknown;
 }
 
 std::optional<Flowspec::FlowspecKey> FlowspecVrfStatusSm::classKey(Cog::String const& name) {

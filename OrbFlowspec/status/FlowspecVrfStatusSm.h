@@ -88,6 +88,8 @@ class FlowspecVrfStatusSm : public Kiln::KilnBaseOutputSm {
   void handleClassState(Cog::String const& name, std::optional<Flowspec::FlowspecKey> const& key);
   // The rule key a class-map of this policy is named by; none for a name that is not a key.
   static std::optional<Flowspec::FlowspecKey> classKey(Cog::String const& name);
+  // The state of the class-map named `name`; unknown without one.
+  PolicyMap::ClassState classStateOf(Cog::String const& name) const;
   void classMapStatusIs(Cog::Ptr<PolicyMap::ClassMapStatus const> const& status);
   void classMapStatusDel(Cog::String const& name);
   // Indexes the status a class-map gives its rule (the key is the class-map reactor's own).

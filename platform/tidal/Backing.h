@@ -1,7 +1,8 @@
 #pragma once
 
-#include <map>
 #include <optional>
+
+#include "platform/tidal/WalkIndex.h"
 
 namespace Tidal {
 
@@ -57,11 +58,11 @@ class InProcessBacking : public Backing<K, V> {
   // One lookup, and no copy of the value read; keys written in ascending order (a bulk load)
   // go to the end after one comparison.
   bool writeIfChanged(K const& key, V const& value) override {
-    if (entries_.empty() || entries_.rbegin()->first < key) {
-      entries_.emplace_hint(entries_.end(), key, Slot{value, false});
+    if (entries_.empty() || entries_.lastKey() < key) {
+      entries_.emplaceHint(entries_.end(), key, Slot{value, false});
       return true;
     }
-    auto const it = entries_.lower_bound(key);
+    auto const it = entries_.lowerBound(key);
     if (it != entries_.end() && !(key < it->first)) {
       if (!it->second.corrupt && it->second.value == value) {
         return false;
@@ -69,17 +70,24 @@ class InProcessBacking : public Backing<K, V> {
       it->second = Slot{value, false};
       return true;
     }
-    entries_.emplace_hint(it, key, Slot{value, false});
+    entries_.emplaceHint(it, key, Slot{value, false});
     return true;
   }
-  bool remove(K const& key) override { return entries_.erase(key) > 0; }
+  bool remove(K const& key) override {
+    auto const it = entries_.find(key);
+    if (it == entries_.end()) {
+      return false;
+    }
+    entries_.erase(it);
+    return true;
+  }
   std::size_t size() const override { return entries_.size(); }
   std::optional<K> firstAtOrAfter(K const* key) const override {
-    auto const it = key ? entries_.lower_bound(*key) : entries_.begin();
+    auto const it = key ? entries_.lowerBound(*key) : entries_.begin();
     return it == entries_.end() ? std::nullopt : std::optional<K>(it->first);
   }
   std::optional<K> firstAfter(K const& key) const override {
-    auto const it = entries_.upper_bound(key);
+    auto const it = entries_.upperBound(key);
     return it == entries_.end() ? std::nullopt : std::optional<K>(it->first);
   }
 
@@ -95,7 +103,7 @@ class InProcessBacking : public Backing<K, V> {
     V value;
     bool corrupt;
   };
-  std::map<K, Slot> entries_;
+  WalkIndex<K, Slot> entries_;
 };
 
 }  // namespace Tidal

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -68,11 +67,11 @@ class SharedTableReader : public Backing<K, V> {
   bool remove(K const&) override { throw TableError("rule table is read-only here"); }
   std::size_t size() const override { return index_.size(); }
   std::optional<K> firstAtOrAfter(K const* key) const override {
-    auto const it = key ? index_.lower_bound(*key) : index_.begin();
+    auto const it = key ? index_.lowerBound(*key) : index_.begin();
     return it == index_.end() ? std::nullopt : std::optional<K>(it->first);
   }
   std::optional<K> firstAfter(K const& key) const override {
-    auto const it = index_.upper_bound(key);
+    auto const it = index_.upperBound(key);
     return it == index_.end() ? std::nullopt : std::optional<K>(it->first);
   }
 
@@ -152,7 +151,7 @@ class SharedTableReader : public Backing<K, V> {
   }
 
   std::unique_ptr<SharedSegment> segment_;
-  std::map<K, std::uint32_t> index_;
+  WalkIndex<K, std::uint32_t> index_;
   std::vector<std::optional<K>> slotKeys_;
   std::uint64_t readChange_ = 0;
   mutable std::vector<std::uint8_t> scratch_;

@@ -21,7 +21,12 @@ using Flowspec::MatchCompType;
 template <class Filter>
 MatchCompType updateClassMapMatch(Cog::Ptr<Flowspec::RuleConfig const> const& rule,
                                   Cog::Ptr<PolicyMap::ClassMapMatch> const& match) {
-  std::queue<Filter> queue;
+  // The filters of the components expanded so far; kept between rules, which spares its
+  // allocations, as translation is not re-entrant. Emptied first: an expansion may have thrown.
+  static std::queue<Filter> queue;
+  while (!queue.empty()) {
+    queue.pop();
+  }
   queue.push(Filter());
   TRACE(gTrace, 5, rule->key(), ", num match components: #", rule->matchSet().size());
   for (auto const& [type, matchComp] : rule->matchSet()) {

@@ -32,10 +32,8 @@ char const* flagName(MatchCompType type, unsigned bit) {
   return bit < 4 ? kFrag[bit] : nullptr;
 }
 
-// Keys are printed by the hundred thousand (class-map names, statuses, shows): every piece is
-// appended to one buffer, with no temporary strings.
-// The names of the component types, by type: texts are written and parsed by the hundred
-// thousand (class-map names), so they are made once.
+// The names of the component types, by type, made once: keys are written and parsed by the
+// hundred thousand (class-map names).
 std::string const& typeName(MatchCompType type) {
   static auto const names = [] {
     std::array<std::string, FlowspecKey::kMaxType + 1> all;
@@ -47,6 +45,8 @@ std::string const& typeName(MatchCompType type) {
   return names[static_cast<std::uint32_t>(type) & FlowspecKey::kMaxType];
 }
 
+// Keys are printed by the hundred thousand (class-map names, statuses, shows): every piece is
+// appended to one buffer, with no temporary strings.
 void appendDecimal(std::string& out, std::uint32_t value) {
   char digits[10];
   auto const [end, error] = std::to_chars(digits, digits + sizeof digits, value);

@@ -89,7 +89,7 @@ ActionSpec actionSpecFrom(PolicyMap::ClassAction const* classAction) {
       for (auto const& [address, inUse] : fwd->nexthop()) {
         redirect.nexthops.insert(address);
       }
-      out.redirect = std::move(redirect);
+      out.redirect = std::make_shared<ActionSpec::Redirect const>(std::move(redirect));
     }
   }
   return out;

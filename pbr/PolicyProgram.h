@@ -17,7 +17,8 @@
 namespace Pbr {
 
 // What a class does with the packets it matches, as the dataplane applies it. The default
-// permits: the packet goes on unchanged. Deny wins over every other action.
+// permits: the packet goes on unchanged. Deny wins over every other action. A redirect is kept
+// aside, shared and never changed (most classes have none), and compared by value.
 struct ActionSpec {
   struct Redirect {
     Cog::String vrfName;
@@ -28,9 +29,13 @@ struct ActionSpec {
   bool deny = false;
   std::optional<std::uint64_t> policeRateBps;
   std::optional<std::uint8_t> setDscp;
-  std::optional<Redirect> redirect;
+  std::shared_ptr<Redirect const> redirect;
 
-  bool operator==(ActionSpec const&) const = default;
+  bool operator==(ActionSpec const& other) const {
+    return deny == other.deny && policeRateBps == other.policeRateBps && setDscp == other.setDscp &&
+           (redirect == other.redirect ||
+            (redirect && other.redirect && *redirect == *other.redirect));
+  }
 };
 
 // The ACL entries of one class for one address family, in sequence order. Shared, never

@@ -60,6 +60,7 @@ TEST(ResolvedNexthopInfo, TextListsNexthopsInAddressOrder) {
   Pbr::ResolvedNexthopInfo const info(set);
   EXPECT_EQ(info.toStrep(), "vrf red 10.0.0.9 10.0.0.10 2001:db8::1");
   EXPECT_EQ(Pbr::ResolvedNexthopInfo().toStrep(), "vrf ");
+  EXPECT_EQ(Pbr::ResolvedNexthopInfo(Pbr::NexthopSet()), Pbr::ResolvedNexthopInfo());
   EXPECT_EQ(info, Pbr::ResolvedNexthopInfo(set));
   set.nexthops.erase(addr("10.0.0.9"));
   EXPECT_FALSE(info == Pbr::ResolvedNexthopInfo(set));

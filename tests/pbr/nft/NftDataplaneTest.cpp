@@ -318,7 +318,8 @@ TEST(NftDataplane, RefusedAndUnusableClassesFailAloneWithTheirErrorText) {
   auto const dp = Cog::make<Pbr::NftDataplane>(scheduler, lab.router(), "orbtest");
   NFT_LAB_OR_SKIP(lab, dp);
   Pbr::ActionSpec redirect;
-  redirect.redirect = Pbr::ActionSpec::Redirect{"blue", {}};
+  redirect.redirect =
+      std::make_shared<Pbr::ActionSpec::Redirect const>(Pbr::ActionSpec::Redirect{"blue", {}});
   auto result = programNow(
       scheduler, *dp,
       {ipClass("ok", {ipDst("10.9.0.0/16")}),

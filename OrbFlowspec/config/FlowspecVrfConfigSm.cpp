@@ -237,10 +237,13 @@ void FlowspecVrfConfigSm::handlePolicy() {
     subconfig->classActionShareFrom(*previous);
   }
   // Classes are named by their rule's key text. While priorities are assigned, every rule's
-  // class is named anyway, and a rule with a pending action is updated then with that name.
-  bool const assigned = !previous || classListChanged();
-  if (assigned) {
-    assignClassPriorities(*subconfig);
+  // class is named anyway: when most rules have a pending action (a first build), their actions
+  // are updated on the way with that name, rather than naming each class twice. A few pending
+  // actions are updated on their own, sparing every rule a lookup in the backlog.
+  bool const assign = !previous || classListChanged();
+  bool const onTheWay = assign && 2 * actionBacklog().size() >= in_.vrfRuleConfig->rule().size();
+  if (assign) {
+    assignClassPriorities(*subconfig, onTheWay);
   } else {
     subconfig->classPrioShareFrom(*previous);
   }
@@ -251,7 +254,7 @@ void FlowspecVrfConfigSm::handlePolicy() {
     if (!rule) {
       subconfig->classActionDel(key.stringValue());
       withdrawn.push_back(key);
-    } else if (!assigned) {
+    } else if (!onTheWay) {
       updateClassAction(*subconfig, key, rule, key.stringValue());
     }
   }
@@ -283,16 +286,17 @@ void FlowspecVrfConfigSm::handlePolicy() {
   TRACE(gTrace, 6, "handlePolicy took ", Cog::System::currentTime() - start, " s");
 }
 
-// Priorities of the classes in rule precedence order, per family; the actions of rules in the
-// backlog are updated on the way.
-void FlowspecVrfConfigSm::assignClassPriorities(PolicyMap::PolicyMapSubConfig& subconfig) {
+// Priorities of the classes in rule precedence order, per family; with `updateActions`, the
+// actions of rules in the backlog are updated on the way.
+void FlowspecVrfConfigSm::assignClassPriorities(PolicyMap::PolicyMapSubConfig& subconfig,
+                                                bool updateActions) {
   afPrioValIs(Nwk::AddressFamily::ipv4, v4ClassPrioOffset);
   afPrioValIs(Nwk::AddressFamily::ipv6, v6ClassPrioOffset);
   for (auto const& [key, rule] : in_.vrfRuleConfig->rule()) {
     std::uint32_t const prio = afPrioVal(key.af());
     afPrioValIs(key.af(), prio + 1);
     Cog::String const className = key.stringValue();
-    if (actionBacklog(key)) {
+    if (updateActions && actionBacklog(key)) {
       updateClassAction(subconfig, key, rule, className);
     }
     subconfig.classPrioIs(prio, className);

@@ -75,9 +75,10 @@ void RingBuffer::read(std::size_t offset, void* data, std::size_t size) const {
 void RingBuffer::dropOldest() {
   Header header;
   read(head_, &header, sizeof header);
-  head_ += sizeof(Header) + header.messageLength;
+  std::size_t const size = sizeof(Header) + header.messageLength;
+  head_ += size;
   head_ -= head_ >= buffer_.size() ? buffer_.size() : 0;
-  used_ -= sizeof(Header) + header.messageLength;
+  used_ -= size;
   --records_;
 }
 

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "OrbFlowspec/config/ClassNamer.h"
 #include "OrbFlowspec/translation/ClassMapMatchBuilder.h"
 #include "platform/trace/Trace.h"
 
@@ -236,14 +237,14 @@ void FlowspecVrfConfigSm::handlePolicy() {
   if (previous) {
     subconfig->classActionShareFrom(*previous);
   }
-  // Classes are named by their rule's key text. While priorities are assigned, every rule's
-  // class is named anyway: when most rules have a pending action (a first build), their actions
-  // are updated on the way with that name, rather than naming each class twice. A few pending
-  // actions are updated on their own, sparing every rule a lookup in the backlog.
+  // While priorities are assigned, every rule's class is named anyway: when most rules have a
+  // pending action (a first build), their actions are updated on the way with that name, rather
+  // than naming each class twice. A few pending actions are updated on their own, sparing every
+  // rule a lookup in the backlog.
   bool const assign = !previous || classListChanged();
   bool const onTheWay = assign && 2 * actionBacklog().size() >= in_.vrfRuleConfig->rule().size();
   if (assign) {
-    assignClassPriorities(*subconfig, onTheWay);
+    assignClassPriorities(*subconfig, previous.get(), onTheWay);
   } else {
     subconfig->classPrioShareFrom(*previous);
   }
@@ -286,21 +287,25 @@ void FlowspecVrfConfigSm::handlePolicy() {
   TRACE(gTrace, 6, "handlePolicy took ", Cog::System::currentTime() - start, " s");
 }
 
-// Priorities of the classes in rule precedence order, per family; with `updateActions`, the
-// actions of rules in the backlog are updated on the way.
+// Priorities of the classes in rule precedence order, per family, the names taken from the
+// `previous` version where they are unchanged; with `updateActions`, the actions of rules in
+// the backlog are updated on the way.
 void FlowspecVrfConfigSm::assignClassPriorities(PolicyMap::PolicyMapSubConfig& subconfig,
+                                                PolicyMap::PolicyMapSubConfig const* previous,
                                                 bool updateActions) {
   afPrioValIs(Nwk::AddressFamily::ipv4, v4ClassPrioOffset);
   afPrioValIs(Nwk::AddressFamily::ipv6, v6ClassPrioOffset);
+  ClassNamer namer(previous, actionBacklog());
   for (auto const& [key, rule] : in_.vrfRuleConfig->rule()) {
     std::uint32_t const prio = afPrioVal(key.af());
     afPrioValIs(key.af(), prio + 1);
-    Cog::String const className = key.stringValue();
+    Cog::String const className = namer.next(key);
     if (updateActions && actionBacklog(key)) {
       updateClassAction(subconfig, key, rule, className);
     }
     subconfig.classPrioIs(prio, className);
   }
+  namer.finish();
 }
 
 // The rule's class action in `subconfig`. An unchanged action keeps its ClassAction, so that

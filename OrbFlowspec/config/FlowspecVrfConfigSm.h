@@ -122,7 +122,8 @@ class FlowspecVrfConfigSm : public Kiln::KilnBaseOutputSm {
  private:
   struct Reactors;
 
-  void assignClassPriorities(PolicyMap::PolicyMapSubConfig& subconfig, bool updateActions);
+  void assignClassPriorities(PolicyMap::PolicyMapSubConfig& subconfig,
+                             PolicyMap::PolicyMapSubConfig const* previous, bool updateActions);
   void updateClassAction(PolicyMap::PolicyMapSubConfig& subconfig, Flowspec::FlowspecKey const& key,
                          Cog::Ptr<Flowspec::RuleConfig const> const& rule,
                          Cog::String const& className);

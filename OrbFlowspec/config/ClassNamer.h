@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <vector>
+
+#include "models/flowspec/FlowspecKey.h"
+#include "models/policymap/PolicyMapSubConfig.h"
+
+namespace OrbFlowspec {
+
+// Names the classes of a new policy-map version, one rule at a time in rule order. A class is
+// named by its rule's key text; a rule the previous version listed takes its name from there
+// instead, as copying a name costs a fraction of making the text, and a new version is mostly
+// the previous list with a rule come or gone. Only the rules changed since that version are
+// named from their key.
+//
+// The previous version lists its classes in rule order too: the rule order puts every IPv4 key
+// before every IPv6 key, and IPv4 priorities are below IPv6 ones. It must stay alive, and the
+// keys unchanged, while the namer is used.
+class ClassNamer {
+ public:
+  // `previous`: the version in use, or null; `changed`: every key whose rule came, went or
+  // changed since that version, in any order.
+  template <class Keys>
+  ClassNamer(PolicyMap::PolicyMapSubConfig const* previous, Keys const& changed) {
+    if (!previous) {
+      return;  // every class is named from its key
+    }
+    changed_.reserve(changed.size());
+    for (Flowspec::FlowspecKey const& key : changed) {
+      changed_.push_back(&key);
+    }
+    start(*previous);
+  }
+
+  // The class name of `key`, the rule after the one named last.
+  Cog::String next(Flowspec::FlowspecKey const& key);
+  // Called after the last rule: the previous version's names must all have been met.
+  void finish();
+
+ private:
+  using PreviousNames = PolicyMap::PolicyMapSubConfig::ClassPrioCollection;
+
+  void start(PolicyMap::PolicyMapSubConfig const& previous);
+  // Steps over the previous version's next name when it is `name`, a rule changed or gone.
+  void passOver(Cog::String const& name);
+
+  std::vector<Flowspec::FlowspecKey const*> changed_;  // in rule order
+  std::size_t nextChanged_ = 0;
+  PreviousNames const* previous_ = nullptr;
+  std::optional<PreviousNames::Iterator> nextPrevious_;
+};
+
+}  // namespace OrbFlowspec

@@ -293,19 +293,20 @@ void FlowspecVrfConfigSm::handlePolicy() {
 void FlowspecVrfConfigSm::assignClassPriorities(PolicyMap::PolicyMapSubConfig& subconfig,
                                                 PolicyMap::PolicyMapSubConfig const* previous,
                                                 bool updateActions) {
-  afPrioValIs(Nwk::AddressFamily::ipv4, v4ClassPrioOffset);
-  afPrioValIs(Nwk::AddressFamily::ipv6, v6ClassPrioOffset);
+  std::uint32_t nextV4 = v4ClassPrioOffset;
+  std::uint32_t nextV6 = v6ClassPrioOffset;
   ClassNamer namer(previous, actionBacklog());
   for (auto const& [key, rule] : in_.vrfRuleConfig->rule()) {
-    std::uint32_t const prio = afPrioVal(key.af());
-    afPrioValIs(key.af(), prio + 1);
-    Cog::String const className = namer.next(key);
+    std::uint32_t const prio = key.af() == Nwk::AddressFamily::ipv6 ? nextV6++ : nextV4++;
+    Cog::String className = namer.next(key);
     if (updateActions && actionBacklog(key)) {
       updateClassAction(subconfig, key, rule, className);
     }
-    subconfig.classPrioIs(prio, className);
+    subconfig.classPrioIs(prio, std::move(className));
   }
   namer.finish();
+  afPrioValIs(Nwk::AddressFamily::ipv4, nextV4);
+  afPrioValIs(Nwk::AddressFamily::ipv6, nextV6);
 }
 
 // The rule's class action in `subconfig`. An unchanged action keeps its ClassAction, so that

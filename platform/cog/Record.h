@@ -342,27 +342,25 @@ void delAll(Map& map, Notify&& notify) {
   using X##Collection = ::Cog::RbTreeMap<K, V>; \
   COG_ACCESS_MAP_(K, V, x, X)
 // Taking over another record's content notifies the keys that differ, when anyone watches.
-#define COG_ACCESS_SHARED_MAP_(K, V, x, X)                       \
-  COG_ACCESS_MAP_READ_(K, V, x, X)                               \
-  void x##Is(K const& key, V const& v) {                         \
-    if (V const* found = x##_.find(key); found && *found == v) { \
-      return;                                                    \
-    }                                                            \
-    x##_.assign(key, v);                                         \
-    this->notify(&Reactor::handle##X, key);                      \
-  }                                                              \
-  COG_ACCESS_DEL_(K, x, X)                                       \
-  template <class Other>                                         \
-  void x##ShareFrom(Other const& other) {                        \
-    if (this->reactorCount() == 0) {                             \
-      x##_.shareFrom(other.x());                                 \
-      return;                                                    \
-    }                                                            \
-    auto const changed = x##_.keysDifferingFrom(other.x());      \
-    x##_.shareFrom(other.x());                                   \
-    for (K const& key : changed) {                               \
-      this->notify(&Reactor::handle##X, key);                    \
-    }                                                            \
+#define COG_ACCESS_SHARED_MAP_(K, V, x, X)                  \
+  COG_ACCESS_MAP_READ_(K, V, x, X)                          \
+  void x##Is(K const& key, V v) {                           \
+    if (x##_.assign(key, std::move(v))) {                   \
+      this->notify(&Reactor::handle##X, key);               \
+    }                                                       \
+  }                                                         \
+  COG_ACCESS_DEL_(K, x, X)                                  \
+  template <class Other>                                    \
+  void x##ShareFrom(Other const& other) {                   \
+    if (this->reactorCount() == 0) {                        \
+      x##_.shareFrom(other.x());                            \
+      return;                                               \
+    }                                                       \
+    auto const changed = x##_.keysDifferingFrom(other.x()); \
+    x##_.shareFrom(other.x());                              \
+    for (K const& key : changed) {                          \
+      this->notify(&Reactor::handle##X, key);               \
+    }                                                       \
   }
 #define COG_ACCESS_sharedHashMap(k, K, V, x, X)     \
   using X##Collection = ::Cog::SharedHashMap<K, V>; \

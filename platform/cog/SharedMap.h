@@ -44,11 +44,25 @@ class SharedMap {
   }
   bool contains(K const& key) const { return find(key) != nullptr; }
 
-  // Sets the value of `key`; returns whether the entry was created.
-  bool assign(K const& key, V const& value) {
-    auto const [it, created] = own(shardOf(key)).insert_or_assign(key, value);
-    size_ += created ? 1 : 0;
-    return created;
+  // Sets the value of `key`; returns whether the map changed (the entry was created or held
+  // another value). A shard still shared is copied only for a change.
+  bool assign(K const& key, V value) {
+    std::size_t const i = shardOf(key);
+    if (shards_[i].use_count() > 1) {
+      if (V const* found = find(key); found && *found == value) {
+        return false;
+      }
+    }
+    auto const [it, created] = emplace(own(i), key, value);
+    if (created) {
+      ++size_;
+      return true;
+    }
+    if (it->second == value) {
+      return false;
+    }
+    it->second = std::move(value);
+    return true;
   }
   bool erase(K const& key) {
     if (!find(key)) {
@@ -144,6 +158,16 @@ class SharedMap {
       shard = std::make_shared<Map>(*shard);
     }
     return *shard;
+  }
+  // Inserts `value` (moved from only then) unless `key` is present. A version built afresh
+  // assigns its keys in ascending order: in an ordered map, a key past the last needs no search.
+  static std::pair<typename Map::iterator, bool> emplace(Map& map, K const& key, V& value) {
+    if constexpr (requires { map.rbegin(); }) {
+      if (map.empty() || map.rbegin()->first < key) {
+        return {map.emplace_hint(map.end(), key, std::move(value)), true};
+      }
+    }
+    return map.try_emplace(key, std::move(value));
   }
   // Adds the keys of `from` that `to` lacks or, when `compare`, holds with another value.
   static void addMissing(Map const* from, Map const* to, std::vector<K>& keys, bool compare) {

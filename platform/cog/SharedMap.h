@@ -3,11 +3,12 @@
 #include <array>
 #include <cstddef>
 #include <functional>
-#include <map>
 #include <memory>
 #include <unordered_map>
 #include <utility>
 #include <vector>
+
+#include "platform/cog/FlatMap.h"
 
 namespace Cog {
 
@@ -160,7 +161,7 @@ class SharedMap {
     return *shard;
   }
   // Inserts `value` (moved from only then) unless `key` is present. A version built afresh
-  // assigns its keys in ascending order: in an ordered map, a key past the last needs no search.
+  // assigns its keys in ascending order: in an ordered map, a key past the last is appended.
   static std::pair<typename Map::iterator, bool> emplace(Map& map, K const& key, V& value) {
     if constexpr (requires { map.rbegin(); }) {
       if (map.empty() || map.rbegin()->first < key) {
@@ -186,9 +187,9 @@ class SharedMap {
   std::size_t size_ = 0;
 };
 
-// Ordered by key, shared as a whole.
+// Ordered by key, shared as a whole; meant to be built in key order (see FlatMap).
 template <class K, class V>
-using SharedOrderedMap = SharedMap<std::map<K, V>, 1>;
+using SharedOrderedMap = SharedMap<FlatMap<K, V>, 1>;
 // Hashed, shared in 64 shards.
 template <class K, class V>
 using SharedHashMap = SharedMap<std::unordered_map<K, V>, 64>;

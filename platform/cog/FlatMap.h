@@ -29,12 +29,12 @@ class FlatMap {
   const_iterator end() const { return entries_.end(); }
   auto rbegin() const { return entries_.rbegin(); }
 
-  iterator find(K const& key) { return find(entries_, key); }
-  const_iterator find(K const& key) const { return find(entries_, key); }
+  iterator find(K const& key) { return findIn(entries_, key); }
+  const_iterator find(K const& key) const { return findIn(entries_, key); }
 
   template <class... Args>
   std::pair<iterator, bool> try_emplace(K const& key, Args&&... args) {
-    auto const it = lowerBound(entries_, key);
+    auto const it = lowerBoundIn(entries_, key);
     if (it != end() && !(key < it->first)) {
       return {it, false};
     }
@@ -63,13 +63,13 @@ class FlatMap {
 
  private:
   template <class Entries>
-  static auto lowerBound(Entries& entries, K const& key) {
+  static auto lowerBoundIn(Entries& entries, K const& key) {
     return std::lower_bound(entries.begin(), entries.end(), key,
                             [](value_type const& entry, K const& k) { return entry.first < k; });
   }
   template <class Entries>
-  static auto find(Entries& entries, K const& key) {
-    auto const it = lowerBound(entries, key);
+  static auto findIn(Entries& entries, K const& key) {
+    auto const it = lowerBoundIn(entries, key);
     return it != entries.end() && !(key < it->first) ? it : entries.end();
   }
 

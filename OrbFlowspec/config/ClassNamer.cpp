@@ -9,12 +9,11 @@ namespace OrbFlowspec {
 void ClassNamer::start(PolicyMap::PolicyMapSubConfig const& previous) {
   std::sort(changed_.begin(), changed_.end(),
             [](Flowspec::FlowspecKey const* a, Flowspec::FlowspecKey const* b) { return *a < *b; });
-  previous_ = &previous.classPrio();
-  nextPrevious_.emplace(previous_->begin());
+  nextPrevious_.emplace(previous.classPrio().begin());
 }
 
 Cog::String ClassNamer::next(Flowspec::FlowspecKey const& key) {
-  if (!previous_) {
+  if (!nextPrevious_) {
     return key.stringValue();
   }
   // Changed keys before this one are rules gone since the previous version.
@@ -28,7 +27,7 @@ Cog::String ClassNamer::next(Flowspec::FlowspecKey const& key) {
     return name;
   }
   // Unchanged since the previous version, which named it next.
-  COG_ASSERT(*nextPrevious_ != previous_->end());
+  COG_ASSERT(*nextPrevious_ != PreviousNames::Sentinel());
   Cog::String name = (**nextPrevious_).second;
   ++*nextPrevious_;
   return name;
@@ -38,11 +37,11 @@ void ClassNamer::finish() {
   while (nextChanged_ < changed_.size()) {
     passOver(changed_[nextChanged_++]->stringValue());
   }
-  COG_ASSERT(!previous_ || *nextPrevious_ == previous_->end());
+  COG_ASSERT(!nextPrevious_ || *nextPrevious_ == PreviousNames::Sentinel());
 }
 
 void ClassNamer::passOver(Cog::String const& name) {
-  if (*nextPrevious_ != previous_->end() && (**nextPrevious_).second == name) {
+  if (*nextPrevious_ != PreviousNames::Sentinel() && (**nextPrevious_).second == name) {
     ++*nextPrevious_;
   }
 }

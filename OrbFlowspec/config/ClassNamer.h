@@ -48,8 +48,7 @@ class ClassNamer {
 
   std::vector<Flowspec::FlowspecKey const*> changed_;  // in rule order
   std::size_t nextChanged_ = 0;
-  PreviousNames const* previous_ = nullptr;
-  std::optional<PreviousNames::Iterator> nextPrevious_;
+  std::optional<PreviousNames::Iterator> nextPrevious_;  // none without a previous version
 };
 
 }  // namespace OrbFlowspec

@@ -27,13 +27,19 @@ class FlatMap {
   iterator end() { return entries_.end(); }
   const_iterator begin() const { return entries_.begin(); }
   const_iterator end() const { return entries_.end(); }
-  auto rbegin() const { return entries_.rbegin(); }
 
   iterator find(K const& key) { return findIn(entries_, key); }
   const_iterator find(K const& key) const { return findIn(entries_, key); }
 
+  // Appends without a search when `key` follows the last entry, as when built in order. `args`
+  // are used only when the entry is inserted.
   template <class... Args>
   std::pair<iterator, bool> try_emplace(K const& key, Args&&... args) {
+    if (empty() || entries_.back().first < key) {
+      entries_.emplace_back(std::piecewise_construct, std::forward_as_tuple(key),
+                            std::forward_as_tuple(std::forward<Args>(args)...));
+      return {std::prev(end()), true};
+    }
     auto const it = lowerBoundIn(entries_, key);
     if (it != end() && !(key < it->first)) {
       return {it, false};
@@ -41,16 +47,6 @@ class FlatMap {
     return {entries_.emplace(it, std::piecewise_construct, std::forward_as_tuple(key),
                              std::forward_as_tuple(std::forward<Args>(args)...)),
             true};
-  }
-  // Appends without a search when `key` follows the last entry; inserts in place otherwise.
-  template <class... Args>
-  iterator emplace_hint(const_iterator, K const& key, Args&&... args) {
-    if (empty() || entries_.back().first < key) {
-      entries_.emplace_back(std::piecewise_construct, std::forward_as_tuple(key),
-                            std::forward_as_tuple(std::forward<Args>(args)...));
-      return std::prev(end());
-    }
-    return try_emplace(key, std::forward<Args>(args)...).first;
   }
   std::size_t erase(K const& key) {
     auto const it = find(key);

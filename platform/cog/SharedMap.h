@@ -54,7 +54,8 @@ class SharedMap {
         return false;
       }
     }
-    auto const [it, created] = emplace(own(i), key, value);
+    // try_emplace moves from `value` only when it inserts.
+    auto const [it, created] = own(i).try_emplace(key, std::move(value));
     if (created) {
       ++size_;
       return true;
@@ -159,16 +160,6 @@ class SharedMap {
       shard = std::make_shared<Map>(*shard);
     }
     return *shard;
-  }
-  // Inserts `value` (moved from only then) unless `key` is present. A version built afresh
-  // assigns its keys in ascending order: in an ordered map, a key past the last is appended.
-  static std::pair<typename Map::iterator, bool> emplace(Map& map, K const& key, V& value) {
-    if constexpr (requires { map.rbegin(); }) {
-      if (map.empty() || map.rbegin()->first < key) {
-        return {map.emplace_hint(map.end(), key, std::move(value)), true};
-      }
-    }
-    return map.try_emplace(key, std::move(value));
   }
   // Adds the keys of `from` that `to` lacks or, when `compare`, holds with another value.
   static void addMissing(Map const* from, Map const* to, std::vector<K>& keys, bool compare) {

@@ -13,7 +13,7 @@ namespace Agent {
 namespace {
 
 void showClassMap(std::ostream& os, PolicyMap::ClassMapTypeConfig const& cmapType,
-                  std::string const& className) {
+                  Cog::SharedString const& className) {
   auto const cmap = cmapType.cmap(className);
   auto const current = cmap ? cmap->currCfg() : nullptr;
   if (!current) {
@@ -54,7 +54,7 @@ std::string intfProgramming(PolicyMap::PolicyMapStatus const* programmed, std::s
 // The class's programming state over the policy's interfaces and its packet count:
 // " [installed, 12 packets]"; nothing before the machinery has taken the class up.
 std::string classProgramming(PolicyMap::PolicyMapStatus const* programmed,
-                             std::string const& className) {
+                             Cog::SharedString const& className) {
   auto const status = programmed ? programmed->cmap(className) : nullptr;
   if (!status) {
     return {};
@@ -84,7 +84,7 @@ std::string showFlowspec(OrbFlowspec::FlowspecSm const& root) {
   for (auto const& [vrfId, vrfRuleStatus] : mounts.flowspecStatus()->vrfRuleStatus()) {
     vrfIds.insert(vrfId);
   }
-  std::set<std::string> shownClassMaps;
+  std::set<Cog::SharedString> shownClassMaps;
 
   for (auto const vrfId : vrfIds) {
     std::string const vrfName = mounts.vrfIdStatus()->vrfName(vrfId);
@@ -159,7 +159,7 @@ std::string showFlowspec(OrbFlowspec::FlowspecSm const& root) {
   for (auto const& [af, qual] : mounts.flowspecStatus()->unsupportedQual()) {
     os << "unsupported qualifiers " << Nwk::toStrep(af) << ": " << qual.toStrep() << "\n";
   }
-  std::set<std::string> unused;  // hashed collection: sorted for a stable text
+  std::set<Cog::SharedString> unused;  // hashed collection: sorted for a stable text
   for (auto const& [name, cmap] : cmapType->cmap()) {
     if (!shownClassMaps.contains(name)) {
       unused.insert(name);

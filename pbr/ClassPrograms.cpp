@@ -7,7 +7,7 @@ namespace Pbr {
 namespace {
 
 Cog::Ptr<PolicyMap::ClassMapSubConfig const> publishedVersion(
-    Cog::String const& name, PolicyMap::ClassMapTypeConfig const& cmapTypeConfig) {
+    Cog::SharedString const& name, PolicyMap::ClassMapTypeConfig const& cmapTypeConfig) {
   auto const cmap = cmapTypeConfig.cmap(name);
   return cmap ? Cog::Ptr<PolicyMap::ClassMapSubConfig const>(cmap->currCfg()) : nullptr;
 }
@@ -26,7 +26,7 @@ std::shared_ptr<Entries const> entriesFrom(Rules const& rules) {
 
 }  // namespace
 
-ClassProgramsByFamily classPrograms(Cog::String const& name, ClassEntries& entries,
+ClassProgramsByFamily classPrograms(Cog::SharedString const& name, ClassEntries& entries,
                                     PolicyMap::ClassAction const* classAction,
                                     PolicyMap::ClassMapTypeConfig const& cmapTypeConfig) {
   ClassProgramsByFamily out;
@@ -60,7 +60,7 @@ ClassProgramsByFamily classPrograms(Cog::String const& name, ClassEntries& entri
   return out;
 }
 
-bool entriesCurrent(Cog::String const& name, ClassEntries const& entries,
+bool entriesCurrent(Cog::SharedString const& name, ClassEntries const& entries,
                     PolicyMap::ClassMapTypeConfig const& cmapTypeConfig) {
   return entries.from == publishedVersion(name, cmapTypeConfig);
 }

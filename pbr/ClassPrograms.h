@@ -24,12 +24,12 @@ struct ClassEntries {
 // family when the class-map is not published, has no current version or no match of the
 // family. `entries` is the class's own, updated to what the entries now come from.
 using ClassProgramsByFamily = std::array<std::optional<ClassProgram>, 2>;
-ClassProgramsByFamily classPrograms(Cog::String const& name, ClassEntries& entries,
+ClassProgramsByFamily classPrograms(Cog::SharedString const& name, ClassEntries& entries,
                                     PolicyMap::ClassAction const* classAction,
                                     PolicyMap::ClassMapTypeConfig const& cmapTypeConfig);
 // Whether the class's entries were built from the class-map version published now (a class
 // never built counts as current while its class-map gives nothing to build).
-bool entriesCurrent(Cog::String const& name, ClassEntries const& entries,
+bool entriesCurrent(Cog::SharedString const& name, ClassEntries const& entries,
                     PolicyMap::ClassMapTypeConfig const& cmapTypeConfig);
 
 // The dataplane's action of a class from its policy actions; permit when there is none.

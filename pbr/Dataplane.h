@@ -21,7 +21,7 @@ struct Slot {
 };
 
 // The packets counted per class name in the version that forwards on one slot.
-using ClassCounters = std::unordered_map<Cog::String, std::uint64_t>;
+using ClassCounters = std::unordered_map<Cog::SharedString, std::uint64_t>;
 
 // What the policy programming machinery needs of the hardware (or of any other classifier
 // that policies are installed into). It is the agent's ACL helper: the machinery finds it

@@ -33,7 +33,7 @@ class PolicyMapSm::ClassMapReactor : public Cog::BoundReactor<ClassMapConfig, Po
   ClassMapReactor(Cog::Ptr<ClassMapConfig const> const& cmap, PolicyMapSm* owner)
       : BoundReactor(cmap, owner) {}
   void handleCurrCfg() override {
-    Cog::String const name = notifier()->name();  // the handler may drop this reactor
+    Cog::SharedString const name = notifier()->name();  // the handler may drop this reactor
     owner()->classMapNotified(name);
   }
 };
@@ -45,8 +45,8 @@ struct PolicyMapSm::Reactors {
   };
   struct CmapType : Cog::BoundReactor<ClassMapTypeConfig, PolicyMapSm> {
     using BoundReactor::BoundReactor;
-    void handleCmap(Cog::String const& name) override {
-      Cog::String const copy = name;
+    void handleCmap(Cog::SharedString const& name) override {
+      Cog::SharedString const copy = name;
       owner()->classMapReactorUpdate(copy);
       owner()->classMapNotified(copy);
     }
@@ -131,7 +131,7 @@ void PolicyMapSm::handlePolicyVersion() {
   flush();
 }
 
-void PolicyMapSm::classMapNotified(Cog::String const& name) {
+void PolicyMapSm::classMapNotified(Cog::SharedString const& name) {
   // Marked before the handler runs, which may leave the class as it is until the next version
   // (a feature's own state machine may): that version builds it again, whether or not its
   // action changed.
@@ -143,7 +143,7 @@ void PolicyMapSm::classMapNotified(Cog::String const& name) {
   handleClassMap(name);
 }
 
-void PolicyMapSm::handleClassMap(Cog::String const& name) {
+void PolicyMapSm::handleClassMap(Cog::SharedString const& name) {
   // classMapNotified marked the class when its class-map changed.
   auto const found = classIndex_.find(name);
   if (!initialized_ || found == classIndex_.end() || classes_[found->second].built) {
@@ -255,7 +255,7 @@ void PolicyMapSm::classMapReactorsUpdate() {
   }
 }
 
-void PolicyMapSm::classMapReactorUpdate(Cog::String const& name) {
+void PolicyMapSm::classMapReactorUpdate(Cog::SharedString const& name) {
   if (auto const found = classIndex_.find(name); found != classIndex_.end()) {
     classMapReactorUpdate(classes_[found->second]);
   }

@@ -62,7 +62,7 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
   // version in use): the base programs the version again when a used class's class-map version
   // changed. An override that does nothing leaves the change to the next policy version, which
   // builds the class from its class-map as it then stands.
-  virtual void handleClassMap(Cog::String const& name);
+  virtual void handleClassMap(Cog::SharedString const& name);
   // Evaluates the policy's binding to one interface again: binds it when the interface
   // configuration names this policy, unbinds it otherwise. A bound interface is programmed
   // again when `reprogram` is set, or for the families that failed.
@@ -97,7 +97,7 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
   // One class of the version in use, with how its programming stands over the bound
   // interfaces of its family.
   struct ClassRecord {
-    Cog::String name;
+    Cog::SharedString name;
     Kiln::UniqueId cmapVersion;
     Pbr::ClassEntries entries;
     std::unique_ptr<ClassMapReactor> reactor;  // on its class-map while published
@@ -146,10 +146,10 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
                                        std::shared_ptr<Pbr::PolicyProgram const> const& next);
   // Watches the class-maps of the version in use as published now.
   void classMapReactorsUpdate();
-  void classMapReactorUpdate(Cog::String const& name);
+  void classMapReactorUpdate(Cog::SharedString const& name);
   void classMapReactorUpdate(ClassRecord& record);
   // A class-map the version may use was published, withdrawn or has a new version in use.
-  void classMapNotified(Cog::String const& name);
+  void classMapNotified(Cog::SharedString const& name);
   void rebuildPrograms();
   void programAll();
   void requestSlot(Nwk::IntfId const& intfId, Binding& binding, Nwk::AddressFamily af);
@@ -176,7 +176,7 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
   std::unique_ptr<Reactors> reactors_;
   Cog::Ptr<PolicyMapSubConfig const> currCfg_;
   std::vector<ClassRecord> classes_;
-  std::unordered_map<Cog::String, std::uint32_t> classIndex_;
+  std::unordered_map<Cog::SharedString, std::uint32_t> classIndex_;
   std::vector<std::uint32_t> dirty_;
   // Per family: the program of the version in use (null when no class has the family) and,
   // per class of the program, its index in classes_.

@@ -9,6 +9,7 @@
 #include "models/acl/IpFilter.h"
 #include "models/policymap/PolicyMapTypes.h"
 #include "platform/cog/SharedPrefetch.h"
+#include "platform/cog/SharedString.h"
 #include "platform/cog/System.h"
 #include "platform/kiln/UniqueId.h"
 #include "platform/nwk/AddressFamily.h"
@@ -48,7 +49,7 @@ using Ip6Entries = std::vector<Acl::Ip6Filter>;
 // (of the program's address family only) and its action. Its priority is its place in the
 // program, so a class that only moves is the same object in the next version.
 struct ClassProgram {
-  Cog::String name;
+  Cog::SharedString name;
   Kiln::UniqueId cmapVersion;
   ActionSpec action;
   std::shared_ptr<IpEntries const> ipEntries;

@@ -6,7 +6,7 @@ Cog::Ptr<ActionContainer> actionContainerFactory(Flowspec::FlowspecKey const& fl
   return Cog::make<ActionContainer>(flowspecKey);
 }
 
-Cog::Ptr<PolicyMap::Action> ActionContainer::actionIs(Cog::String const& name,
+Cog::Ptr<PolicyMap::Action> ActionContainer::actionIs(Cog::SharedString const& name,
                                                       PolicyMap::ActionType type,
                                                       Kiln::UniqueId const& id) {
   if (auto existing = action(type)) {
@@ -20,7 +20,7 @@ Cog::Ptr<PolicyMap::Action> ActionContainer::actionIs(Cog::String const& name,
   return created;
 }
 
-Cog::Ptr<Pbr::PbrFwdAction> ActionContainer::redirectActionIs(Cog::String const& name,
+Cog::Ptr<Pbr::PbrFwdAction> ActionContainer::redirectActionIs(Cog::SharedString const& name,
                                                               Kiln::UniqueId const& id,
                                                               Pbr::PbrActionType type) {
   if (!redirectAction_ || redirectAction_->name() != name || !(redirectAction_->id() == id) ||
@@ -31,7 +31,7 @@ Cog::Ptr<Pbr::PbrFwdAction> ActionContainer::redirectActionIs(Cog::String const&
 }
 
 Cog::Ptr<PolicyMap::PoliceAction> ActionContainer::policeActionIs(
-    Cog::String const& name, Kiln::UniqueId const& id, PolicyMap::PoliceRate const& rate) {
+    Cog::SharedString const& name, Kiln::UniqueId const& id, PolicyMap::PoliceRate const& rate) {
   if (!policeAction_ || policeAction_->name() != name || !(policeAction_->id() == id) ||
       !(policeAction_->rate() == rate)) {
     policeAction_ = Cog::make<PolicyMap::PoliceAction>(name, id, rate);
@@ -39,7 +39,7 @@ Cog::Ptr<PolicyMap::PoliceAction> ActionContainer::policeActionIs(
   return policeAction_;
 }
 
-Cog::Ptr<PolicyMap::SetDscpAction> ActionContainer::setDscpActionIs(Cog::String const& name,
+Cog::Ptr<PolicyMap::SetDscpAction> ActionContainer::setDscpActionIs(Cog::SharedString const& name,
                                                                     Kiln::UniqueId const& id,
                                                                     PolicyMap::Dscp const& dscp) {
   if (!setDscpAction_ || setDscpAction_->name() != name || !(setDscpAction_->id() == id) ||

@@ -26,22 +26,22 @@ class ActionContainer : public Cog::Entity {
 
   // The permit or deny action of `type`, created as Action(name, type, id) when absent; asking
   // again with another name or id is a reinstantiation error.
-  Cog::Ptr<PolicyMap::Action> actionIs(Cog::String const& name, PolicyMap::ActionType type,
+  Cog::Ptr<PolicyMap::Action> actionIs(Cog::SharedString const& name, PolicyMap::ActionType type,
                                        Kiln::UniqueId const& id);
 
   Cog::Ptr<Pbr::PbrFwdAction> const& redirectAction() const { return redirectAction_; }
-  Cog::Ptr<Pbr::PbrFwdAction> redirectActionIs(Cog::String const& name, Kiln::UniqueId const& id,
-                                               Pbr::PbrActionType type);
+  Cog::Ptr<Pbr::PbrFwdAction> redirectActionIs(Cog::SharedString const& name,
+                                               Kiln::UniqueId const& id, Pbr::PbrActionType type);
   void redirectActionDel() { redirectAction_ = nullptr; }
 
   Cog::Ptr<PolicyMap::PoliceAction> const& policeAction() const { return policeAction_; }
-  Cog::Ptr<PolicyMap::PoliceAction> policeActionIs(Cog::String const& name,
+  Cog::Ptr<PolicyMap::PoliceAction> policeActionIs(Cog::SharedString const& name,
                                                    Kiln::UniqueId const& id,
                                                    PolicyMap::PoliceRate const& rate);
   void policeActionDel() { policeAction_ = nullptr; }
 
   Cog::Ptr<PolicyMap::SetDscpAction> const& setDscpAction() const { return setDscpAction_; }
-  Cog::Ptr<PolicyMap::SetDscpAction> setDscpActionIs(Cog::String const& name,
+  Cog::Ptr<PolicyMap::SetDscpAction> setDscpActionIs(Cog::SharedString const& name,
                                                      Kiln::UniqueId const& id,
                                                      PolicyMap::Dscp const& dscp);
   void setDscpActionDel() { setDscpAction_ = nullptr; }

@@ -6,15 +6,24 @@
 
 namespace OrbFlowspec {
 
+Cog::SharedString classNameOf(Flowspec::FlowspecKey const& key,
+                              PolicyMap::ClassMapTypeConfig const& classMaps) {
+  Cog::SharedString name = key.stringValue();
+  if (auto const cmap = classMaps.cmapInput(name)) {
+    return cmap->name();
+  }
+  return name;
+}
+
 void ClassNamer::start(PolicyMap::PolicyMapSubConfig const& previous) {
   std::sort(changed_.begin(), changed_.end(),
             [](Flowspec::FlowspecKey const* a, Flowspec::FlowspecKey const* b) { return *a < *b; });
   nextPrevious_.emplace(previous.classPrio().begin());
 }
 
-Cog::String ClassNamer::next(Flowspec::FlowspecKey const& key) {
+Cog::SharedString ClassNamer::next(Flowspec::FlowspecKey const& key) {
   if (!nextPrevious_) {
-    return key.stringValue();
+    return classNameOf(key, classMaps_);
   }
   // Changed keys before this one are rules gone since the previous version.
   while (nextChanged_ < changed_.size() && *changed_[nextChanged_] < key) {
@@ -22,13 +31,13 @@ Cog::String ClassNamer::next(Flowspec::FlowspecKey const& key) {
   }
   if (nextChanged_ < changed_.size() && !(key < *changed_[nextChanged_])) {
     ++nextChanged_;
-    Cog::String name = key.stringValue();
+    Cog::SharedString name = classNameOf(key, classMaps_);
     passOver(name);
     return name;
   }
   // Unchanged since the previous version, which named it next.
   COG_ASSERT(*nextPrevious_ != PreviousNames::Sentinel());
-  Cog::String name = (**nextPrevious_).second;
+  Cog::SharedString name = (**nextPrevious_).second;
   ++*nextPrevious_;
   return name;
 }
@@ -40,7 +49,7 @@ void ClassNamer::finish() {
   COG_ASSERT(!nextPrevious_ || *nextPrevious_ == PreviousNames::Sentinel());
 }
 
-void ClassNamer::passOver(Cog::String const& name) {
+void ClassNamer::passOver(std::string_view name) {
   if (*nextPrevious_ != PreviousNames::Sentinel() && (**nextPrevious_).second == name) {
     ++*nextPrevious_;
   }

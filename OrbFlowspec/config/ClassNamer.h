@@ -2,12 +2,19 @@
 
 #include <cstddef>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "models/flowspec/FlowspecKey.h"
+#include "models/policymap/ClassMapTypeConfig.h"
 #include "models/policymap/PolicyMapSubConfig.h"
 
 namespace OrbFlowspec {
+
+// The class name of `key`: the string its class-map holds when the class-map exists, so that
+// the policy versions, the machinery and the statuses share one string per class.
+Cog::SharedString classNameOf(Flowspec::FlowspecKey const& key,
+                              PolicyMap::ClassMapTypeConfig const& classMaps);
 
 // Names the classes of a new policy-map version, one rule at a time in rule order. A class is
 // named by its rule's key text; a rule the previous version listed takes its name from there
@@ -21,9 +28,11 @@ namespace OrbFlowspec {
 class ClassNamer {
  public:
   // `previous`: the version in use, or null; `changed`: every key whose rule came, went or
-  // changed since that version, in any order.
+  // changed since that version, in any order; `classMaps`: where the rules' class-maps are.
   template <class Keys>
-  ClassNamer(PolicyMap::PolicyMapSubConfig const* previous, Keys const& changed) {
+  ClassNamer(PolicyMap::PolicyMapSubConfig const* previous, Keys const& changed,
+             PolicyMap::ClassMapTypeConfig const& classMaps)
+      : classMaps_(classMaps) {
     if (!previous) {
       return;  // every class is named from its key
     }
@@ -35,7 +44,7 @@ class ClassNamer {
   }
 
   // The class name of `key`, the rule after the one named last.
-  Cog::String next(Flowspec::FlowspecKey const& key);
+  Cog::SharedString next(Flowspec::FlowspecKey const& key);
   // Called after the last rule: the previous version's names must all have been met.
   void finish();
 
@@ -44,7 +53,9 @@ class ClassNamer {
 
   void start(PolicyMap::PolicyMapSubConfig const& previous);
   // Steps over the previous version's next name when it is `name`, a rule changed or gone.
-  void passOver(Cog::String const& name);
+  void passOver(std::string_view name);
+
+  PolicyMap::ClassMapTypeConfig const& classMaps_;
 
   std::vector<Flowspec::FlowspecKey const*> changed_;  // in rule order
   std::size_t nextChanged_ = 0;

@@ -220,7 +220,7 @@ void FlowspecVrfConfigSm::aclEntryLimitIs(std::uint64_t limit) {
   handleRuleConfig();  // rules refused under the old limit may fit now
 }
 
-void FlowspecVrfConfigSm::doCleanupCmapConfig(Cog::String const& className,
+void FlowspecVrfConfigSm::doCleanupCmapConfig(Cog::SharedString const& className,
                                               Cog::String const& reason) {
   OrbFlowspec::doCleanupCmapConfig(vrfName_, in_.cmapTypeConfig, className, reason);
 }
@@ -256,7 +256,7 @@ void FlowspecVrfConfigSm::handlePolicy() {
       subconfig->classActionDel(key.stringValue());
       withdrawn.push_back(key);
     } else if (!onTheWay) {
-      updateClassAction(*subconfig, key, rule, key.stringValue());
+      updateClassAction(*subconfig, key, rule, classNameOf(key, *in_.cmapTypeConfig));
     }
   }
   actionBacklogDelAll();
@@ -295,10 +295,10 @@ void FlowspecVrfConfigSm::assignClassPriorities(PolicyMap::PolicyMapSubConfig& s
                                                 bool updateActions) {
   std::uint32_t nextV4 = v4ClassPrioOffset;
   std::uint32_t nextV6 = v6ClassPrioOffset;
-  ClassNamer namer(previous, actionBacklog());
+  ClassNamer namer(previous, actionBacklog(), *in_.cmapTypeConfig);
   for (auto const& [key, rule] : in_.vrfRuleConfig->rule()) {
     std::uint32_t const prio = key.af() == Nwk::AddressFamily::ipv6 ? nextV6++ : nextV4++;
-    Cog::String className = namer.next(key);
+    Cog::SharedString className = namer.next(key);
     if (updateActions && actionBacklog(key)) {
       updateClassAction(subconfig, key, rule, className);
     }
@@ -314,7 +314,7 @@ void FlowspecVrfConfigSm::assignClassPriorities(PolicyMap::PolicyMapSubConfig& s
 void FlowspecVrfConfigSm::updateClassAction(PolicyMap::PolicyMapSubConfig& subconfig,
                                             Flowspec::FlowspecKey const& key,
                                             Cog::Ptr<Flowspec::RuleConfig const> const& rule,
-                                            Cog::String const& className) {
+                                            Cog::SharedString const& className) {
   auto const classAction = Cog::make<PolicyMap::ClassAction>(className);
   updateClassAction(key, classAction, rule);
   auto const current = subconfig.classAction(className);

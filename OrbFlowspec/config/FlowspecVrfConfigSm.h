@@ -96,7 +96,7 @@ class FlowspecVrfConfigSm : public Kiln::KilnBaseOutputSm {
   void aclEntryLimitIs(std::uint64_t limit);
   void doCleanup();
   void doCleanupRule(Flowspec::FlowspecKey const& key);
-  void doCleanupCmapConfig(Cog::String const& className, Cog::String const& reason);
+  void doCleanupCmapConfig(Cog::SharedString const& className, Cog::String const& reason);
 
   // Class actions of the key's rule, `ruleConfig`.
   void updateClassAction(Flowspec::FlowspecKey const& key,
@@ -126,8 +126,8 @@ class FlowspecVrfConfigSm : public Kiln::KilnBaseOutputSm {
                              PolicyMap::PolicyMapSubConfig const* previous, bool updateActions);
   void updateClassAction(PolicyMap::PolicyMapSubConfig& subconfig, Flowspec::FlowspecKey const& key,
                          Cog::Ptr<Flowspec::RuleConfig const> const& rule,
-                         Cog::String const& className);
-  void addRedirectAction(Flowspec::RuleConfig const& rule, Cog::String const& className,
+                         Cog::SharedString const& className);
+  void addRedirectAction(Flowspec::RuleConfig const& rule, Cog::SharedString const& className,
                          ActionContainer& container, PolicyMap::ClassAction& classAction);
 
   Cog::String vrfName_;

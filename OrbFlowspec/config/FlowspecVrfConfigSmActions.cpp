@@ -41,7 +41,7 @@ Kiln::UniqueId actionId(Cog::Ptr<A> const& stored, Same const& same) {
 void FlowspecVrfConfigSm::updateClassAction(
     Flowspec::FlowspecKey const& key, Cog::Ptr<PolicyMap::ClassAction> const& classAction,
     Cog::Ptr<Flowspec::RuleConfig const> const& ruleConfig) {
-  Cog::String const& className = classAction->className();
+  Cog::SharedString const& className = classAction->className();
   COG_ASSERT(!ruleConfig->actionFieldSet().invalid());
   COG_ASSERT(classAction->policyActions() == 0);
   TRACE(gTrace, 5, "className ", className);
@@ -100,7 +100,7 @@ void FlowspecVrfConfigSm::updateClassAction(
 // the VRF's default route. A VRF that does not exist yet drops the redirect until it appears
 // (its id is indexed, so the rule is re-evaluated then).
 void FlowspecVrfConfigSm::addRedirectAction(Flowspec::RuleConfig const& rule,
-                                            Cog::String const& className,
+                                            Cog::SharedString const& className,
                                             ActionContainer& container,
                                             PolicyMap::ClassAction& classAction) {
   // The invalid id names no VRF, even if a hostile VRF table holds an entry under it: such a

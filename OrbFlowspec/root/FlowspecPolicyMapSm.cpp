@@ -8,7 +8,7 @@ namespace {
 Trace::Handle gTrace("FlowspecPolicyMapSm");
 }  // namespace
 
-void FlowspecPolicyMapSm::handleClassMap(Cog::String const& name) {
+void FlowspecPolicyMapSm::handleClassMap(Cog::SharedString const& name) {
   TRACE(gTrace, 8, fwkType(), " name:", name, " no-op");
 }
 

@@ -12,7 +12,7 @@ class FlowspecPolicyMapSm : public PolicyMap::PolicyMapSm {
   using PolicyMap::PolicyMapSm::PolicyMapSm;
 
   // PolicyMap::PolicyMapSm:
-  void handleClassMap(Cog::String const& name) override;
+  void handleClassMap(Cog::SharedString const& name) override;
   char const* fwkType() const override { return "FlowspecPolicyMapSm"; }
 };
 

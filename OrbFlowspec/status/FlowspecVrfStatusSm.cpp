@@ -72,7 +72,7 @@ struct FlowspecVrfStatusSm::Reactors {
         owner()->intfStatusDel(intfId);
       }
     }
-    void handleCmap(Cog::String const& name) override { owner()->handleClassStatus(name); }
+    void handleCmap(Cog::SharedString const& name) override { owner()->handleClassStatus(name); }
   };
   struct RuleStatusReactor : Cog::BoundReactor<Flowspec::VrfRuleStatus, FlowspecVrfStatusSm> {
     using BoundReactor::BoundReactor;
@@ -124,7 +124,7 @@ FlowspecVrfStatusSm::FlowspecVrfStatusSm(Inputs inputs)
             handleIntfStatus(intfId, PolicyMap::ClassMapMatchOption::matchIpv6AccessGroup);
           },
           "intfStatus"),
-      classMapStatus_([this](Cog::String const& name) { handleClassState(name); },
+      classMapStatus_([this](Cog::SharedString const& name) { handleClassState(name); },
                       "classMapStatus") {
   Cog::requireArgument(in_.pmapStatus, "pmapStatus");
   Cog::requireArgument(in_.vrfRuleStatus, "vrfRuleStatus");
@@ -319,7 +319,7 @@ void FlowspecVrfStatusSm::afInstalledIs(Nwk::AddressFamily af, Status status) {
   }
 }
 
-void FlowspecVrfStatusSm::handleClassStatus(Cog::String const& name) {
+void FlowspecVrfStatusSm::handleClassStatus(Cog::SharedString const& name) {
   if (!initialized()) {
     return;
   }
@@ -342,7 +342,7 @@ void FlowspecVrfStatusSm::handleClassStatus() {
   }
 }
 
-void FlowspecVrfStatusSm::handleClassState(Cog::String const& name,
+void FlowspecVrfStatusSm::handleClassState(Cog::SharedString const& name,
                                            std::optional<Flowspec::FlowspecKey> const& key) {
   if (!initialized()) {
     return;
@@ -353,12 +353,12 @@ void FlowspecVrfStatusSm::handleClassState(Cog::String const& name,
   }
 }
 
-PolicyMap::ClassState FlowspecVrfStatusSm::classStateOf(Cog::String const& name) const {
+PolicyMap::ClassState FlowspecVrfStatusSm::classStateOf(Cog::SharedString const& name) const {
   auto const status = in_.pmapStatus->cmap(name);
   return status ? status->classState() : PolicyMap::ClassState::classStateUnknown;
 }
 
-std::optional<Flowspec::FlowspecKey> FlowspecVrfStatusSm::classKey(Cog::String const& name) {
+std::optional<Flowspec::FlowspecKey> FlowspecVrfStatusSm::classKey(std::string_view name) {
   // Class-maps of this policy are named by their rule's key; a name that is not a key has no
   // rule to report on.
   std::string error;
@@ -374,7 +374,9 @@ void FlowspecVrfStatusSm::classMapStatusIs(
   classMapStatus_.is(status->name(), status, this);
 }
 
-void FlowspecVrfStatusSm::classMapStatusDel(Cog::String const& name) { classMapStatus_.del(name); }
+void FlowspecVrfStatusSm::classMapStatusDel(Cog::SharedString const& name) {
+  classMapStatus_.del(name);
+}
 
 void FlowspecVrfStatusSm::intfStatusIs(Cog::Ptr<PolicyMap::IntfStatus const> const& status) {
   intfStatus_.is(status->intfId(), status, this);

@@ -82,16 +82,17 @@ class FlowspecVrfStatusSm : public Kiln::KilnBaseOutputSm {
 
   // Class-maps: one nested reactor per class-map status.
   class ClassMapStatusSm;
-  void handleClassStatus(Cog::String const& name);
+  void handleClassStatus(Cog::SharedString const& name);
   void handleClassStatus();
-  void handleClassState(Cog::String const& name) { handleClassState(name, classKey(name)); }
-  void handleClassState(Cog::String const& name, std::optional<Flowspec::FlowspecKey> const& key);
+  void handleClassState(Cog::SharedString const& name) { handleClassState(name, classKey(name)); }
+  void handleClassState(Cog::SharedString const& name,
+                        std::optional<Flowspec::FlowspecKey> const& key);
   // The rule key a class-map of this policy is named by; none for a name that is not a key.
-  static std::optional<Flowspec::FlowspecKey> classKey(Cog::String const& name);
+  static std::optional<Flowspec::FlowspecKey> classKey(std::string_view name);
   // The state of the class-map named `name`; unknown without one.
-  PolicyMap::ClassState classStateOf(Cog::String const& name) const;
+  PolicyMap::ClassState classStateOf(Cog::SharedString const& name) const;
   void classMapStatusIs(Cog::Ptr<PolicyMap::ClassMapStatus const> const& status);
-  void classMapStatusDel(Cog::String const& name);
+  void classMapStatusDel(Cog::SharedString const& name);
   // Indexes the status a class-map gives its rule (the key is the class-map reactor's own).
   void classStatusIs(Flowspec::FlowspecKey const& key, Status status);
 
@@ -130,7 +131,7 @@ class FlowspecVrfStatusSm : public Kiln::KilnBaseOutputSm {
   std::unordered_map<Flowspec::FlowspecKey const*, Status, KeyHash, KeyEqual> classStatus_;
   std::unique_ptr<Reactors> reactors_;
   Cog::OrderedReactorMap<Nwk::IntfId, IntfStatusSm> intfStatus_;
-  Cog::ReactorMap<Cog::String, ClassMapStatusSm> classMapStatus_;
+  Cog::ReactorMap<Cog::SharedString, ClassMapStatusSm> classMapStatus_;
   std::unique_ptr<Kiln::Task> ruleTask_;
 };
 

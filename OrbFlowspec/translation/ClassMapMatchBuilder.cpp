@@ -82,7 +82,7 @@ void addClassMapRule(std::uint32_t seq, Acl::Ip6Filter const& filter,
 
 void doCleanupCmapConfig(Cog::String const& vrfName,
                          Cog::Ptr<PolicyMap::ClassMapTypeConfig> const& cmapTypeConfig,
-                         Cog::String const& className, Cog::String const& reason) {
+                         Cog::SharedString const& className, Cog::String const& reason) {
   TRACE(gTrace, 3, vrfName, " Cleanup of ", className, " due to ", reason);
   if (auto const cmap = cmapTypeConfig->cmapInput(className)) {
     cmap->userDel(vrfName);
@@ -100,7 +100,7 @@ void processRuleMatchSet(Flowspec::FlowspecKey const& key, Cog::String const& vr
                          Cog::Ptr<Flowspec::VrfRuleStatus> const& vrfRuleStatus,
                          Cog::Ptr<PolicyMap::ClassMapTypeConfig> const& cmapTypeConfig,
                          std::uint64_t aclEntryLimit) {
-  Cog::String const className = key.stringValue();
+  Cog::SharedString const className = key.stringValue();
   auto const rule = vrfRuleConfig->rule(key);
   if (!rule) {
     TRACE(gTrace, 3, "flowspec rule was removed from ", vrfName);

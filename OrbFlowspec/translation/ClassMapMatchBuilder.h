@@ -39,6 +39,6 @@ void processRuleMatchSet(Flowspec::FlowspecKey const& key, Cog::String const& vr
 // Removes a class-map, published and input, tracing why.
 void doCleanupCmapConfig(Cog::String const& vrfName,
                          Cog::Ptr<PolicyMap::ClassMapTypeConfig> const& cmapTypeConfig,
-                         Cog::String const& className, Cog::String const& reason);
+                         Cog::SharedString const& className, Cog::String const& reason);
 
 }  // namespace OrbFlowspec

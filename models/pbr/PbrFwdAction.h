@@ -26,7 +26,7 @@ char const* pbrActionTypeText(PbrActionType type);
 // it is in use.
 class PbrFwdAction : public PolicyMap::Action {
  public:
-  PbrFwdAction(Cog::String name, Kiln::UniqueId id, PbrActionType type)
+  PbrFwdAction(Cog::SharedString name, Kiln::UniqueId id, PbrActionType type)
       : Action(std::move(name), PolicyMap::ActionType::actionPbrForward, id),
         pbrActionType_(type) {}
   COG_RECORD(PbrFwdAction, (value, L3::VrfName, vrfName, VrfName),

@@ -2,6 +2,7 @@
 
 #include "models/policymap/PolicyMapTypes.h"
 #include "platform/cog/Entity.h"
+#include "platform/cog/SharedString.h"
 #include "platform/cog/System.h"
 #include "platform/kiln/DumpContext.h"
 #include "platform/kiln/UniqueId.h"
@@ -15,16 +16,16 @@ namespace PolicyMap {
 // ClassAction::policyAction.
 class Action : public Cog::Entity {
  public:
-  Action(Cog::String name, ActionType type, Kiln::UniqueId id)
+  Action(Cog::SharedString name, ActionType type, Kiln::UniqueId id)
       : name_(std::move(name)), actionType_(type), id_(id) {}
 
-  Cog::String const& name() const { return name_; }
+  Cog::SharedString const& name() const { return name_; }
   ActionType actionType() const { return actionType_; }
   // The identity of the rule (or other owner) the action was built for.
   Kiln::UniqueId const& id() const { return id_; }
   // Whether a find-or-create that meets this action asks for the same one: the same name and
   // id. The second form is the framework's check for an action kept as a child keyed by name.
-  bool constructedWith(Cog::String const& name, Kiln::UniqueId const& id) const {
+  bool constructedWith(Cog::SharedString const& name, Kiln::UniqueId const& id) const {
     return name == name_ && id == id_;
   }
   bool constructedWith(ActionType type, Kiln::UniqueId const& id) const {
@@ -35,7 +36,7 @@ class Action : public Cog::Entity {
   virtual void dumpState(Kiln::DumpContext* ctx, int indent) const;
 
  private:
-  Cog::String name_;
+  Cog::SharedString name_;
   ActionType actionType_;
   Kiln::UniqueId id_;
 };

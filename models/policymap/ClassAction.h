@@ -4,6 +4,7 @@
 
 #include "models/policymap/Action.h"
 #include "platform/cog/Record.h"
+#include "platform/cog/SharedString.h"
 
 namespace PolicyMap {
 
@@ -12,10 +13,10 @@ namespace PolicyMap {
 // version leaves them to their other holders.
 class ClassAction : public Cog::Entity {
  public:
-  explicit ClassAction(Cog::String className) : className_(std::move(className)) {}
+  explicit ClassAction(Cog::SharedString className) : className_(std::move(className)) {}
   COG_RECORD(ClassAction, (orderedMap, ActionType, Cog::Ptr<Action>, policyAction, PolicyAction));
 
-  Cog::String const& className() const { return className_; }
+  Cog::SharedString const& className() const { return className_; }
   // Stores the action under its own type, replacing another action of that type.
   void policyActionIs(Cog::Ptr<Action> const& action) {
     policyActionIs(action->actionType(), action);
@@ -35,7 +36,7 @@ class ClassAction : public Cog::Entity {
   }
 
  private:
-  Cog::String className_;
+  Cog::SharedString className_;
 };
 
 }  // namespace PolicyMap

@@ -2,6 +2,7 @@
 
 #include "models/policymap/ClassMapSubConfig.h"
 #include "platform/cog/Record.h"
+#include "platform/cog/SharedString.h"
 #include "platform/kiln/UniqueId.h"
 
 namespace PolicyMap {
@@ -11,19 +12,19 @@ namespace PolicyMap {
 // (VRFs) with the same rule share one; the last user to leave removes it.
 class ClassMapConfig : public Cog::Entity {
  public:
-  explicit ClassMapConfig(Cog::String name) : name_(std::move(name)) {}
+  explicit ClassMapConfig(Cog::SharedString name) : name_(std::move(name)) {}
   COG_RECORD(ClassMapConfig,
              (orderedChildren, Kiln::UniqueId, ClassMapSubConfig, subconfig, Subconfig),
              (ptr, ClassMapSubConfig, currCfg, CurrCfg), (orderedSet, Cog::String, user, User));
 
-  Cog::String const& name() const { return name_; }
+  Cog::SharedString const& name() const { return name_; }
   // Finds or creates the version `version`, named `name`.
-  Cog::Ptr<ClassMapSubConfig> subconfigIs(Cog::String const& name, Kiln::UniqueId version) {
+  Cog::Ptr<ClassMapSubConfig> subconfigIs(Cog::SharedString const& name, Kiln::UniqueId version) {
     return subconfigIs(version, name);
   }
 
  private:
-  Cog::String name_;
+  Cog::SharedString name_;
 };
 
 }  // namespace PolicyMap

@@ -4,6 +4,7 @@
 
 #include "models/policymap/PolicyMapTypes.h"
 #include "platform/cog/Record.h"
+#include "platform/cog/SharedString.h"
 #include "platform/kiln/UniqueId.h"
 
 namespace PolicyMap {
@@ -12,15 +13,15 @@ namespace PolicyMap {
 // its state, its packet counter and the class-map version that state refers to.
 class ClassMapStatus : public Cog::Entity {
  public:
-  explicit ClassMapStatus(Cog::String name) : name_(std::move(name)) {}
+  explicit ClassMapStatus(Cog::SharedString name) : name_(std::move(name)) {}
   COG_RECORD(ClassMapStatus, (value, ClassState, classState, ClassState),
              (value, std::uint64_t, packetCount, PacketCount),
              (value, Kiln::UniqueId, version, Version));
 
-  Cog::String const& name() const { return name_; }
+  Cog::SharedString const& name() const { return name_; }
 
  private:
-  Cog::String name_;
+  Cog::SharedString name_;
 };
 
 }  // namespace PolicyMap

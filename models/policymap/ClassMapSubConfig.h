@@ -2,6 +2,7 @@
 
 #include "models/policymap/ClassMapMatch.h"
 #include "platform/cog/Record.h"
+#include "platform/cog/SharedString.h"
 #include "platform/kiln/UniqueId.h"
 
 namespace PolicyMap {
@@ -10,18 +11,18 @@ namespace PolicyMap {
 // ClassMapConfig::currCfgIs selects it.
 class ClassMapSubConfig : public Cog::Entity {
  public:
-  ClassMapSubConfig(Kiln::UniqueId version, Cog::String name)
+  ClassMapSubConfig(Kiln::UniqueId version, Cog::SharedString name)
       : version_(version), name_(std::move(name)) {}
   COG_RECORD(ClassMapSubConfig,
              (orderedChildren, ClassMapMatchOption, ClassMapMatch, match, Match));
 
   Kiln::UniqueId const& version() const { return version_; }
-  Cog::String const& name() const { return name_; }
-  bool constructedWith(Cog::String const& name) const { return name == name_; }
+  Cog::SharedString const& name() const { return name_; }
+  bool constructedWith(Cog::SharedString const& name) const { return name == name_; }
 
  private:
   Kiln::UniqueId version_;
-  Cog::String name_;
+  Cog::SharedString name_;
 };
 
 }  // namespace PolicyMap

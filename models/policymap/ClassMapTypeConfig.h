@@ -3,6 +3,7 @@
 #include "models/policymap/ClassMapConfig.h"
 #include "models/policymap/PolicyMapTypes.h"
 #include "platform/cog/Record.h"
+#include "platform/cog/SharedString.h"
 
 namespace PolicyMap {
 
@@ -13,8 +14,8 @@ class ClassMapTypeConfig : public Cog::Entity {
  public:
   explicit ClassMapTypeConfig(Cog::String name) : name_(std::move(name)) {}
   COG_RECORD(ClassMapTypeConfig, (value, MapType, type, Type),
-             (hashChildren, Cog::String, ClassMapConfig, cmapInput, CmapInput),
-             (hashMap, Cog::String, Cog::Ptr<ClassMapConfig>, cmap, Cmap));
+             (hashChildren, Cog::SharedString, ClassMapConfig, cmapInput, CmapInput),
+             (hashMap, Cog::SharedString, Cog::Ptr<ClassMapConfig>, cmap, Cmap));
 
   Cog::String const& name() const { return name_; }
   // Publishes the class-map under its own name.

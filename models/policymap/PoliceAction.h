@@ -7,7 +7,7 @@ namespace PolicyMap {
 // Polices a class's traffic to a rate; immutable and shared like every Action.
 class PoliceAction : public Action {
  public:
-  PoliceAction(Cog::String name, Kiln::UniqueId id, PoliceRate rate)
+  PoliceAction(Cog::SharedString name, Kiln::UniqueId id, PoliceRate rate)
       : Action(std::move(name), ActionType::actionPolice, id), rate_(rate) {}
 
   PoliceRate const& rate() const { return rate_; }

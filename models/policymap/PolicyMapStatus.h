@@ -3,6 +3,7 @@
 #include "models/policymap/ClassMapStatus.h"
 #include "models/policymap/IntfStatus.h"
 #include "platform/cog/Record.h"
+#include "platform/cog/SharedString.h"
 #include "platform/kiln/UniqueId.h"
 #include "platform/nwk/IntfId.h"
 
@@ -13,7 +14,7 @@ namespace PolicyMap {
 class PolicyMapStatus : public Cog::Entity {
  public:
   explicit PolicyMapStatus(Cog::String name) : name_(std::move(name)) {}
-  COG_RECORD(PolicyMapStatus, (orderedChildren, Cog::String, ClassMapStatus, cmap, Cmap),
+  COG_RECORD(PolicyMapStatus, (orderedChildren, Cog::SharedString, ClassMapStatus, cmap, Cmap),
              (orderedChildren, Nwk::IntfId, IntfStatus, intfStatus, IntfStatus),
              (value, double, counterUpdateTime, CounterUpdateTime),
              (value, Kiln::UniqueId, version, Version));

@@ -2,6 +2,7 @@
 
 #include "models/policymap/ClassAction.h"
 #include "platform/cog/Record.h"
+#include "platform/cog/SharedString.h"
 #include "platform/kiln/UniqueId.h"
 
 namespace PolicyMap {
@@ -17,8 +18,9 @@ class PolicyMapSubConfig : public Cog::Entity {
   PolicyMapSubConfig(Kiln::UniqueId version, Cog::String name)
       : version_(version), name_(std::move(name)) {}
   COG_RECORD(PolicyMapSubConfig,
-             (sharedOrderedMap, ClassPriority, Cog::String, classPrio, ClassPrio),
-             (sharedHashMap, Cog::String, Cog::Ptr<ClassAction const>, classAction, ClassAction));
+             (sharedOrderedMap, ClassPriority, Cog::SharedString, classPrio, ClassPrio),
+             (sharedHashMap, Cog::SharedString, Cog::Ptr<ClassAction const>, classAction,
+              ClassAction));
 
   Kiln::UniqueId const& version() const { return version_; }
   Cog::String const& name() const { return name_; }

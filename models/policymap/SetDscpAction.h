@@ -7,7 +7,7 @@ namespace PolicyMap {
 // Marks a class's traffic with a DSCP value; immutable and shared like every Action.
 class SetDscpAction : public Action {
  public:
-  SetDscpAction(Cog::String name, Kiln::UniqueId id, Dscp dscp)
+  SetDscpAction(Cog::SharedString name, Kiln::UniqueId id, Dscp dscp)
       : Action(std::move(name), ActionType::actionSetDscp, id), dscp_(dscp) {}
 
   Dscp const& dscp() const { return dscp_; }

@@ -169,7 +169,7 @@ Classification HardwareModel::classify(Nwk::IntfId const& intf, Packet const& pa
   }
   HwClass& hwClass = *version.classes[index.entry(pos).classPos];
   hwClass.packetCountInc();
-  return {true, hwClass.program().name, hwClass.program().action};
+  return {true, hwClass.program().name.str(), hwClass.program().action};
 }
 
 bool HardwareModel::intfPresent(Nwk::IntfId const& intf) const { return cardOf(intf) != nullptr; }

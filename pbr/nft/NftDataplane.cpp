@@ -184,7 +184,7 @@ void NftDataplane::apply(Slot const& slot, std::shared_ptr<PolicyProgram const> 
     return failAll("no address family to program");
   }
 
-  std::unordered_map<Cog::String, Placed const*> oldByName;
+  std::unordered_map<Cog::SharedString, Placed const*> oldByName;
   for (auto const& p : state.forwarding) {
     oldByName.emplace(p.program.name, &p);
   }

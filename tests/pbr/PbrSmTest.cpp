@@ -227,7 +227,7 @@ TEST_F(PbrSmTest, AClassMapVersionChangeReprogramsAndAWithdrawnClassMapUnprogram
 class QuietPolicyMapSm : public PolicyMap::PolicyMapSm {
  public:
   using PolicyMapSm::PolicyMapSm;
-  void handleClassMap(Cog::String const& name) override { seen.push_back(name); }
+  void handleClassMap(Cog::SharedString const& name) override { seen.push_back(name.str()); }
   std::vector<std::string> seen;
 };
 
@@ -360,7 +360,7 @@ TEST(PbrSmRandomTest, ClassListChangesEndWhereAFreshStartEnds) {
   auto const outputs = [](PbrHarness& h) {
     std::string out;
     for (auto const& [name, cmap] : h.status("red")->cmap()) {
-      out += name + "=" + std::to_string(static_cast<int>(cmap->classState())) + " ";
+      out += name.str() + "=" + std::to_string(static_cast<int>(cmap->classState())) + " ";
     }
     for (auto const* dst : {"10.0.0.1", "10.1.0.1", "10.2.0.1", "2001:db8::1", "2001:db8:1::1"}) {
       out += std::string(dst) + ">" + classOf(*h.hw, "Ethernet1", packetTo(dst)) + "," +

@@ -118,7 +118,7 @@ TEST(PolicyMapTypeConfig, InputsAreFoundByNameOnlyWithTheSameMapType) {
 class CmapWatcher : public PolicyMap::ClassMapTypeConfig::Reactor {
  public:
   using Reactor::Reactor;
-  void handleCmap(Cog::String const&) override { ++changes; }
+  void handleCmap(Cog::SharedString const&) override { ++changes; }
   int changes = 0;
 };
 

@@ -3,7 +3,8 @@
 # 14, Debian 12's). With --fix, formats them in place instead.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-mapfile -t files < <(git ls-files '*.h' '*.cpp')
+# New files count before they are added, so a check before the commit sees what CI will see.
+mapfile -t files < <(git ls-files --cached --others --exclude-standard '*.h' '*.cpp')
 if [ "${1:-}" = "--fix" ]; then
   clang-format -i "${files[@]}"
   exit 0

@@ -56,7 +56,7 @@ class SharedString {
   }
   // Against any text (a literal, a standard string or view) without making a shared string.
   template <class Text>
-    requires std::is_convertible_v<Text const&, std::string_view>
+  requires std::is_convertible_v<Text const&, std::string_view>
   friend bool operator==(SharedString const& a, Text const& b) {
     return a.view() == std::string_view(b);
   }
@@ -64,7 +64,7 @@ class SharedString {
     return a.view() <=> b.view();
   }
   template <class Text>
-    requires std::is_convertible_v<Text const&, std::string_view>
+  requires std::is_convertible_v<Text const&, std::string_view>
   friend std::strong_ordering operator<=>(SharedString const& a, Text const& b) {
     return a.view() <=> std::string_view(b);
   }

@@ -46,7 +46,8 @@ TEST(SharedString, ComparesAndHashesAsItsText) {
     std::string const a = text();
     std::string const b = text();
     Cog::SharedString const sa(a);
-    Cog::SharedString const sb = i % 2 ? Cog::SharedString(b) : (a == b ? sa : Cog::SharedString(b));
+    Cog::SharedString const sb =
+        i % 2 ? Cog::SharedString(b) : (a == b ? sa : Cog::SharedString(b));
     EXPECT_EQ(sa == sb, a == b) << a << " " << b;
     EXPECT_EQ(sa < sb, a < b) << a << " " << b;
     EXPECT_EQ(sa == b, a == b);

@@ -1,39 +1,50 @@
 #include "platform/cog/Entity.h"
 
-#include <algorithm>
-
 #include "platform/cog/Errors.h"
 #include "platform/trace/Trace.h"
 
 namespace Cog {
 
 namespace {
+
 Trace::Handle gTrace("Cog");
+
+// What the slot of a reactor that detached during a notification holds until it ends: never
+// active, so the notification steps over it.
+class Tombstone : public ReactorBase {
+ public:
+  Tombstone() : ReactorBase(nullptr) { notificationActiveIs(false); }
+};
+
+// Never destroyed: entities that outlive the statics may still be notifying at exit.
+ReactorBase* tombstone() {
+  static ReactorBase* const instance = new Tombstone;
+  return instance;
+}
+
 }  // namespace
 
 std::size_t Entity::reactorCount() const {
-  return static_cast<std::size_t>(
-      std::count_if(reactors_.begin(), reactors_.end(), [](ReactorBase* r) { return r; }));
+  std::size_t count = 0;
+  for (std::size_t i = 0; i < reactors_.size(); ++i) {
+    count += reactors_[i] != tombstone();
+  }
+  return count;
 }
 
 void Entity::attach(ReactorBase* reactor) const { reactors_.push_back(reactor); }
 
 void Entity::detach(ReactorBase* reactor) const {
-  auto const it = std::find(reactors_.begin(), reactors_.end(), reactor);
-  if (it == reactors_.end()) {
-    return;
-  }
-  if (notifyDepth_ > 0) {
-    *it = nullptr;
+  if (notifyDepth_ == 0) {
+    reactors_.erase(reactor);
+  } else if (reactors_.replace(reactor, tombstone())) {
     detachedDuringNotify_ = true;
-  } else {
-    reactors_.erase(it);
   }
 }
 
 void Entity::endNotify() const {
   if (--notifyDepth_ == 0 && detachedDuringNotify_) {
-    std::erase(reactors_, nullptr);
+    reactors_.erase(tombstone());
     detachedDuringNotify_ = false;
   }
 }

@@ -2,9 +2,9 @@
 
 #include <cstdint>
 #include <tuple>
-#include <vector>
 
 #include "platform/cog/Ptr.h"
+#include "platform/cog/ReactorSlots.h"
 
 namespace Cog {
 
@@ -50,7 +50,7 @@ class Entity : public Object {
   // which keeps every record 8 bytes smaller.
   mutable std::uint16_t notifyDepth_ = 0;
   mutable bool detachedDuringNotify_ = false;
-  mutable std::vector<ReactorBase*> reactors_;
+  mutable ReactorSlots reactors_;
 };
 
 // A watcher of one entity. Derived classes are a record's Reactor interface (one virtual
@@ -107,7 +107,8 @@ class BoundReactor : public Rec::Reactor {
 
 template <class R, class... Params, class... Args>
 void Entity::notify(void (R::*handler)(Params...), Args const&... args) const {
-  if (reactors_.empty()) {
+  std::size_t const count = reactors_.size();
+  if (count == 0) {
     return;
   }
   Ptr<Entity const> const keepAlive(this);
@@ -121,10 +122,10 @@ void Entity::notify(void (R::*handler)(Params...), Args const&... args) const {
       std::apply([call](Args const&... a) { (call->reactor->*(call->handler))(a...); }, call->args);
     }
   };
-  std::size_t const count = reactors_.size();
   for (std::size_t i = 0; i < count; ++i) {
+    // A reactor gone during this notification has left an inactive tombstone in its slot.
     ReactorBase* reactor = reactors_[i];
-    if (reactor && reactor->notificationActive()) {
+    if (reactor->notificationActive()) {
       Call call{static_cast<R*>(reactor), handler, std::tuple<Args const&...>(args...)};
       dispatch(&Call::run, &call);
     }

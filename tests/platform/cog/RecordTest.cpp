@@ -2,6 +2,7 @@
 // handlers, find-or-create errors, replay, nested reactor removal.
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -109,22 +110,31 @@ TEST(CogNotification, ReactorDestroyedDuringNotificationIsSkipped) {
   EXPECT_EQ(tree->reactorCount(), 1u);
 }
 
-// Also when the entity had a single watcher until then, which the entity keeps apart.
+// With one watcher before (kept apart by the entity) and with two (kept in a vector).
 TEST(CogNotification, ReactorAttachedDuringNotificationHearsOnlyLaterChanges) {
-  auto tree = Cog::make<Tree>();
-  std::vector<std::string> log;
-  Recorder first(tree, &log, "a");
-  std::unique_ptr<Recorder> late;
-  first.onLeaf = [&](int) {
-    if (!late) {
-      late = std::make_unique<Recorder>(tree, &log, "c");
+  for (bool const twoBefore : {false, true}) {
+    auto tree = Cog::make<Tree>();
+    std::vector<std::string> log;
+    Recorder first(tree, &log, "a");
+    std::unique_ptr<Recorder> late;
+    first.onLeaf = [&](int) {
+      if (!late) {
+        late = std::make_unique<Recorder>(tree, &log, "c");
+      }
+    };
+    std::optional<Recorder> second;
+    if (twoBefore) {
+      second.emplace(tree, &log, "b");
     }
-  };
-  tree->leafIs(1, "one");
-  EXPECT_EQ(log, (std::vector<std::string>{"a:leaf 1"}));
-  tree->leafIs(2, "two");
-  EXPECT_EQ(log, (std::vector<std::string>{"a:leaf 1", "a:leaf 2", "c:leaf 2"}));
-  EXPECT_EQ(tree->reactorCount(), 2u);
+    tree->leafIs(1, "one");
+    tree->leafIs(2, "two");
+    std::vector<std::string> const expected =
+        twoBefore
+            ? std::vector<std::string>{"a:leaf 1", "b:leaf 1", "a:leaf 2", "b:leaf 2", "c:leaf 2"}
+            : std::vector<std::string>{"a:leaf 1", "a:leaf 2", "c:leaf 2"};
+    EXPECT_EQ(log, expected);
+    EXPECT_EQ(tree->reactorCount(), twoBefore ? 3u : 2u);
+  }
 }
 
 TEST(CogNotification, DeletingTheNotifiedEntryFromItsHandler) {

@@ -33,7 +33,7 @@ Acl::PortSpec intersectPortSpecWithRange(Acl::PortSpec const& spec, NumericalRan
   if (spec == Acl::PortSpec()) {
     return getAclSpec<Acl::PortSpec>(range);
   }
-  std::istringstream ports(spec.valueText());
+  std::istringstream ports{std::string(spec.valueText())};
   std::uint32_t first = 0;
   std::uint32_t second = 0;
   ports >> first;

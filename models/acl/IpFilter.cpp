@@ -55,9 +55,12 @@ std::size_t IpFilterBase::hash() const {
   h = mix(h, std::size_t{icmpType_} << 16 | std::size_t{icmpCode_} << 8 |
                  std::size_t{icmpTypeSet_} << 2 | std::size_t{icmpCodeSet_} << 1 | fragments_);
   h = mix(h, std::size_t{tcpFlag_.bits()} << 16 | tcpFlagMask_.bits());
-  h = mix(h, std::hash<std::string>()(sport_.valueText()) + static_cast<std::size_t>(sport_.op()));
-  h = mix(h, std::hash<std::string>()(dport_.valueText()) + static_cast<std::size_t>(dport_.op()));
-  h = mix(h, std::hash<std::string>()(ipLen_.valueText()) + static_cast<std::size_t>(ipLen_.op()));
+  h = mix(
+      h, std::hash<std::string_view>()(sport_.valueText()) + static_cast<std::size_t>(sport_.op()));
+  h = mix(
+      h, std::hash<std::string_view>()(dport_.valueText()) + static_cast<std::size_t>(dport_.op()));
+  h = mix(
+      h, std::hash<std::string_view>()(ipLen_.valueText()) + static_cast<std::size_t>(ipLen_.op()));
   return mix(h, std::size_t{tni_} << 24 ^ vni_);
 }
 

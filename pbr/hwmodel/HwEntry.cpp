@@ -10,7 +10,7 @@ namespace {
 constexpr std::uint16_t kMax16 = 0xffff;
 
 // Reads one decimal value of 0 to 65535 from `text` at `pos`; false on anything else.
-bool readValue(std::string const& text, std::size_t& pos, std::uint16_t& value) {
+bool readValue(std::string_view text, std::size_t& pos, std::uint16_t& value) {
   unsigned parsed = 0;
   auto const [end, ec] = std::from_chars(text.data() + pos, text.data() + text.size(), parsed);
   if (ec != std::errc() || end == text.data() + pos || parsed > kMax16) {
@@ -29,7 +29,7 @@ bool fieldCondFrom(Spec const& spec, FieldCond& out) {
   if (!spec) {
     return true;
   }
-  std::string const& text = spec.valueText();
+  std::string_view const text = spec.valueText();
   std::size_t pos = 0;
   std::uint16_t a = 0;
   std::uint16_t b = 0;

@@ -107,7 +107,7 @@ bool specAccepts(Spec const& spec, std::uint32_t v) {
   if (!spec) {
     return true;
   }
-  std::istringstream text(spec.valueText());
+  std::istringstream text{std::string(spec.valueText())};
   std::uint32_t a = 0;
   std::uint32_t b = 0;
   text >> a >> b;

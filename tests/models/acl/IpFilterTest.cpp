@@ -57,6 +57,8 @@ TEST(AclFilter, SpecsAndCopiesCompareByValue) {
   EXPECT_FALSE(Acl::PortSpec());
   EXPECT_NE(Acl::PortSpec(Acl::RangeOperator::eq, "80"),
             Acl::PortSpec(Acl::RangeOperator::range, "80 80"));
+  EXPECT_EQ(Acl::PortSpec(Acl::RangeOperator::range, "65535 65535").valueText(), "65535 65535");
+  EXPECT_THROW(Acl::IpLenSpec(Acl::RangeOperator::eq, "000000000001500"), Cog::RangeError);
   Acl::IpFilter a;
   a.sportIs(Acl::PortSpec(Acl::RangeOperator::eq, "53"));
   Acl::IpFilter const b = a;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <map>
-#include <set>
 #include <string>
 #include <unordered_set>
 #include <variant>
@@ -9,6 +8,8 @@
 #include "models/flowspec/BitMask.h"
 #include "models/flowspec/MatchCompType.h"
 #include "models/flowspec/NumericalRange.h"
+#include "platform/cog/Boxed.h"
+#include "platform/cog/FlatSet.h"
 #include "platform/nwk/IpGenPrefix.h"
 #include "platform/trace/Args.h"
 
@@ -25,12 +26,12 @@ class MatchComponent {
   explicit MatchComponent(MatchCompType type);
 
   MatchCompType matchCompType() const { return matchCompType_; }
-  std::set<NumericalRange> const& numericalRange() const { return held<Ranges>(); }
+  Cog::FlatSet<NumericalRange> const& numericalRange() const { return held<Ranges>(); }
   void numericalRangeIs(NumericalRange const& range) { holding<Ranges>().insert(range); }
-  std::unordered_set<IpBitMask> const& ipBitMask() const { return held<IpMasks>(); }
-  void ipBitMaskIs(IpBitMask const& mask) { holding<IpMasks>().insert(mask); }
-  std::unordered_set<TcpBitMask> const& tcpBitMask() const { return held<TcpMasks>(); }
-  void tcpBitMaskIs(TcpBitMask const& mask) { holding<TcpMasks>().insert(mask); }
+  std::unordered_set<IpBitMask> const& ipBitMask() const { return *held<IpMasks>(); }
+  void ipBitMaskIs(IpBitMask const& mask) { holding<IpMasks>()->insert(mask); }
+  std::unordered_set<TcpBitMask> const& tcpBitMask() const { return *held<TcpMasks>(); }
+  void tcpBitMaskIs(TcpBitMask const& mask) { holding<TcpMasks>()->insert(mask); }
   Nwk::IpGenPrefix const& prefix() const { return held<Nwk::IpGenPrefix>(); }
   void prefixIs(Nwk::IpGenPrefix const& prefix) { holding<Nwk::IpGenPrefix>() = prefix; }
 
@@ -46,9 +47,11 @@ class MatchComponent {
   static MatchComponent traceDecode(Trace::Decoder& d);
 
  private:
-  using Ranges = std::set<NumericalRange>;
-  using IpMasks = std::unordered_set<IpBitMask>;
-  using TcpMasks = std::unordered_set<TcpBitMask>;
+  // Match sets are kept for every rule and most components are numeric: the ranges take one
+  // allocation, and the rarer bitmask sets stay out of line so that a component is 40 bytes.
+  using Ranges = Cog::FlatSet<NumericalRange>;
+  using IpMasks = Cog::Boxed<std::unordered_set<IpBitMask>>;
+  using TcpMasks = Cog::Boxed<std::unordered_set<TcpBitMask>>;
 
   template <class T>
   T const& held() const {

@@ -6,8 +6,10 @@
 
 namespace Flowspec {
 
-// Keys are map keys by the hundred thousand: one cache line each, pairs inline for most rules.
-static_assert(sizeof(FlowspecKey) <= 64);
+// Keys are map keys by the hundred thousand, in many maps each: a copy is one pointer.
+static_assert(sizeof(FlowspecKey) == sizeof(void*));
+
+FlowspecKey::Body const FlowspecKey::kEmpty{};
 
 MatchOpValIndex::MatchOpValIndex(long value) {
   if (value < min || value > max) {
@@ -35,10 +37,34 @@ std::string MatchOpValResult::toStrep() const {
   return text;
 }
 
-FlowspecKey::FlowspecKey(Nwk::AddressFamily af) : af_(af) {
+FlowspecKey::FlowspecKey(Nwk::AddressFamily af) {
   if (af != Nwk::AddressFamily::ipv4 && af != Nwk::AddressFamily::ipv6) {
     throw Cog::RangeError("FlowspecKey::af not ipv4 or ipv6 not allowed");
   }
+  edit().af = af;
+}
+
+FlowspecKey::Body& FlowspecKey::edit() {
+  if (!body_) {
+    body_ = new Body();
+  } else if (body_->refs > 1) {
+    Body& shared = *body_;
+    body_ = new Body{
+        1, shared.af, shared.destinationPrefix, shared.sourcePrefix, shared.opVals, std::nullopt};
+    --shared.refs;
+  }
+  body_->hash.reset();
+  return *body_;
+}
+
+bool FlowspecKey::operator==(FlowspecKey const& other) const {
+  if (body_ == other.body_) {
+    return true;
+  }
+  Body const& a = body();
+  Body const& b = other.body();
+  return a.af == b.af && a.destinationPrefix == b.destinationPrefix &&
+         a.sourcePrefix == b.sourcePrefix && a.opVals == b.opVals;
 }
 
 namespace {
@@ -52,37 +78,39 @@ void checkPrefixFamily(Nwk::IpGenPrefix const& prefix, Nwk::AddressFamily af) {
 }  // namespace
 
 void FlowspecKey::destinationPrefixIs(Nwk::IpGenPrefix const& prefix) {
-  checkPrefixFamily(prefix, af_);
-  destinationPrefix_ = prefix;
+  checkPrefixFamily(prefix, af());
+  edit().destinationPrefix = prefix;
 }
 
 void FlowspecKey::sourcePrefixIs(Nwk::IpGenPrefix const& prefix) {
-  checkPrefixFamily(prefix, af_);
-  sourcePrefix_ = prefix;
+  checkPrefixFamily(prefix, af());
+  edit().sourcePrefix = prefix;
 }
 
 void FlowspecKey::traceEncode(Trace::Encoder& e) const {
-  e.raw(af_);
-  destinationPrefix_.traceEncode(e);
-  sourcePrefix_.traceEncode(e);
-  e.raw(static_cast<std::uint16_t>(opVals_.size()));
-  for (std::size_t i = 0; i < opVals_.size(); ++i) {
-    e.raw(opVals_.data()[i]);
+  Body const& body = this->body();
+  e.raw(body.af);
+  body.destinationPrefix.traceEncode(e);
+  body.sourcePrefix.traceEncode(e);
+  e.raw(static_cast<std::uint16_t>(body.opVals.size()));
+  for (std::size_t i = 0; i < body.opVals.size(); ++i) {
+    e.raw(body.opVals.data()[i]);
   }
 }
 
 FlowspecKey FlowspecKey::traceDecode(Trace::Decoder& d) {
   FlowspecKey key(d.raw<Nwk::AddressFamily>());
-  key.destinationPrefix_ = Nwk::IpGenPrefix::traceDecode(d);
-  key.sourcePrefix_ = Nwk::IpGenPrefix::traceDecode(d);
+  Body& body = key.edit();
+  body.destinationPrefix = Nwk::IpGenPrefix::traceDecode(d);
+  body.sourcePrefix = Nwk::IpGenPrefix::traceDecode(d);
   for (auto count = d.raw<std::uint16_t>(); count > 0; --count) {
-    key.opVals_.push_back(d.raw<std::uint32_t>());
+    body.opVals.push_back(d.raw<std::uint32_t>());
   }
   return key;
 }
 
 void FlowspecKey::opValAppend(MatchCompType type, std::uint8_t op, std::uint32_t value) {
-  MatchOpValIndex const index(static_cast<long>(opVals_.size()));  // the 2048-pair bound
+  MatchOpValIndex const index(static_cast<long>(opVals().size()));  // the 2048-pair bound
   (void)index;
   if (value > kMaxValue) {
     throw Cog::RangeError("FlowspecKey::value > 0xFFFFF not allowed");
@@ -90,17 +118,18 @@ void FlowspecKey::opValAppend(MatchCompType type, std::uint8_t op, std::uint32_t
   if (static_cast<std::uint32_t>(type) > kMaxType) {
     throw Cog::RangeError("FlowspecKey::matchCompType > 15 not allowed");
   }
-  opVals_.push_back(OpVal::pack(type, op, value));
+  edit().opVals.push_back(OpVal::pack(type, op, value));
 }
 
 MatchOpValResult FlowspecKey::getOptVal(MatchOpValIndex index) const {
-  if (index.value() >= opVals_.size()) {
+  OpValList const& opVals = this->opVals();
+  if (index.value() >= opVals.size()) {
     return MatchOpValResult{};
   }
-  OpVal const pair = opVals_[index.value()];
+  OpVal const pair = opVals[index.value()];
   std::size_t const next = index.value() + 1u;
   return MatchOpValResult{pair.type, pair.op, pair.value,
-                          MatchOpValIndex(next < opVals_.size() ? static_cast<long>(next) : 0)};
+                          MatchOpValIndex(next < opVals.size() ? static_cast<long>(next) : 0)};
 }
 
 namespace {
@@ -130,11 +159,15 @@ std::uint64_t mixPrefix(std::uint64_t h, Nwk::IpGenPrefix const& prefix) {
 }  // namespace
 
 std::size_t FlowspecKey::hash() const {
-  std::uint64_t h = mix(0, static_cast<std::uint64_t>(af_) << 16 | opVals_.size());
-  h = mixPrefix(h, destinationPrefix_);
-  h = mixPrefix(h, sourcePrefix_);
-  std::uint32_t const* words = opVals_.data();
-  std::size_t const count = opVals_.size();
+  Body const& body = this->body();
+  if (body.hash) {
+    return *body.hash;
+  }
+  std::uint64_t h = mix(0, static_cast<std::uint64_t>(body.af) << 16 | body.opVals.size());
+  h = mixPrefix(h, body.destinationPrefix);
+  h = mixPrefix(h, body.sourcePrefix);
+  std::uint32_t const* words = body.opVals.data();
+  std::size_t const count = body.opVals.size();
   std::size_t i = 0;
   for (; i + 1 < count; i += 2) {
     h = mix(h, std::uint64_t{words[i]} << 32 | words[i + 1]);
@@ -142,7 +175,8 @@ std::size_t FlowspecKey::hash() const {
   if (i < count) {
     h = mix(h, words[i]);
   }
-  return static_cast<std::size_t>(h);
+  body.hash = static_cast<std::size_t>(h);
+  return *body.hash;
 }
 
 std::uint8_t canonicalOpByte(std::uint8_t logicalAndBits, std::uint32_t value, bool lastOfRun) {
@@ -332,8 +366,8 @@ int precedence(FlowspecKey const& a, FlowspecKey const& b) {
 }  // namespace
 
 bool FlowspecKey::operator<(FlowspecKey const& other) const {
-  if (af_ != other.af_) {
-    return af_ < other.af_;
+  if (af() != other.af()) {
+    return af() < other.af();
   }
   if (int const cmp = precedence(*this, other); cmp != 0) {
     return cmp < 0;
@@ -341,7 +375,7 @@ bool FlowspecKey::operator<(FlowspecKey const& other) const {
   // The RFC finds them equal: order by content, so that < is strict and agrees with ==. Prefixes
   // it finds equal are the same (one family, length and bits, host bits being clear), so only
   // the pairs can tell such keys apart.
-  return opVals_ < other.opVals_;
+  return opVals() < other.opVals();
 }
 
 std::optional<MatchCompType> FlowspecKey::outOfOrderComponent() const {
@@ -354,15 +388,17 @@ std::optional<MatchCompType> FlowspecKey::outOfOrderComponent() const {
     last = t;
     return ok;
   };
-  if (!destinationPrefix_.isEmpty()) {
+  Body const& body = this->body();
+  if (!body.destinationPrefix.isEmpty()) {
     next(MatchCompType::destinationPrefix);
   }
-  if (!sourcePrefix_.isEmpty() && !next(MatchCompType::sourcePrefix)) {
+  if (!body.sourcePrefix.isEmpty() && !next(MatchCompType::sourcePrefix)) {
     return MatchCompType::sourcePrefix;
   }
-  for (std::size_t i = 0; i < opVals_.size(); ++i) {
-    MatchCompType const type = opVals_[i].type;
-    if ((i == 0 || opVals_[i - 1].type != type) && !next(type)) {
+  OpValList const& opVals = body.opVals;
+  for (std::size_t i = 0; i < opVals.size(); ++i) {
+    MatchCompType const type = opVals[i].type;
+    if ((i == 0 || opVals[i - 1].type != type) && !next(type)) {
       return type;
     }
   }

@@ -7,6 +7,7 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "models/flowspec/MatchOpVal.h"
 #include "models/flowspec/OpValList.h"
@@ -60,17 +61,37 @@ class FlowspecKey {
   FlowspecKey() = default;
   // Throws a range error unless `af` is IPv4 or IPv6.
   explicit FlowspecKey(Nwk::AddressFamily af);
+  FlowspecKey(FlowspecKey const& other) noexcept : body_(other.body_) {
+    if (body_) {
+      ++body_->refs;
+    }
+  }
+  FlowspecKey(FlowspecKey&& other) noexcept : body_(std::exchange(other.body_, nullptr)) {}
+  FlowspecKey& operator=(FlowspecKey const& other) noexcept {
+    FlowspecKey(other).swap(*this);
+    return *this;
+  }
+  FlowspecKey& operator=(FlowspecKey&& other) noexcept {
+    FlowspecKey(std::move(other)).swap(*this);
+    return *this;
+  }
+  ~FlowspecKey() {
+    if (body_ && --body_->refs == 0) {
+      delete body_;
+    }
+  }
+  void swap(FlowspecKey& other) noexcept { std::swap(body_, other.body_); }
 
-  Nwk::AddressFamily af() const { return af_; }
-  Nwk::IpGenPrefix const& destinationPrefix() const { return destinationPrefix_; }
-  Nwk::IpGenPrefix const& sourcePrefix() const { return sourcePrefix_; }
+  Nwk::AddressFamily af() const { return body().af; }
+  Nwk::IpGenPrefix const& destinationPrefix() const { return body().destinationPrefix; }
+  Nwk::IpGenPrefix const& sourcePrefix() const { return body().sourcePrefix; }
   // A non-empty prefix must be of the key's family (range error otherwise).
   void destinationPrefixIs(Nwk::IpGenPrefix const& prefix);
   void sourcePrefixIs(Nwk::IpGenPrefix const& prefix);
 
-  std::size_t opValCount() const { return opVals_.size(); }
+  std::size_t opValCount() const { return body().opVals.size(); }
   // The pairs in list order; data() gives them packed as the raw rule table holds them.
-  OpValList const& opVals() const { return opVals_; }
+  OpValList const& opVals() const { return body().opVals; }
   // Appends a pair. Range errors: past 2048 pairs (the MatchOpValIndex text), a value above
   // 0xFFFFF, a type above 15 (the widths of the packed word).
   void opValAppend(MatchCompType type, std::uint8_t op, std::uint32_t value);
@@ -83,8 +104,9 @@ class FlowspecKey {
   // starts with "raw" after the family.
   std::optional<MatchCompType> outOfOrderComponent() const;
 
+  // Computed once per content and kept with it.
   std::size_t hash() const;
-  bool operator==(FlowspecKey const&) const = default;
+  bool operator==(FlowspecKey const& other) const;
   bool operator<(FlowspecKey const& other) const;
 
   std::string stringValue() const;
@@ -99,10 +121,24 @@ class FlowspecKey {
   static std::optional<FlowspecKey> parse(std::string_view text, std::string* error);
 
  private:
-  Nwk::IpGenPrefix destinationPrefix_;
-  Nwk::IpGenPrefix sourcePrefix_;
-  Nwk::AddressFamily af_ = Nwk::AddressFamily::ipv4;
-  OpValList opVals_;
+  // The content, shared by copies: a rule's key is copied into every record and map that knows
+  // the rule, and a copy costs one count. A key changes only while it is built; changing a
+  // shared content first makes a copy of it. Not atomic: keys live on the agent's one thread.
+  struct Body {
+    std::uint32_t refs = 1;
+    Nwk::AddressFamily af = Nwk::AddressFamily::ipv4;
+    Nwk::IpGenPrefix destinationPrefix;
+    Nwk::IpGenPrefix sourcePrefix;
+    OpValList opVals;
+    mutable std::optional<std::size_t> hash;
+  };
+  static Body const kEmpty;  // the content of the default key, which has no body
+
+  Body const& body() const { return body_ ? *body_ : kEmpty; }
+  // The content, this key's own and with its hash forgotten, to change it.
+  Body& edit();
+
+  Body* body_ = nullptr;
 };
 
 inline std::ostream& operator<<(std::ostream& os, FlowspecKey const& key) {

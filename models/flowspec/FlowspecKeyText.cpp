@@ -117,26 +117,27 @@ void appendPair(std::string& out, FlowspecKey::OpVal const& pair, bool lastOfRun
 std::string FlowspecKey::stringValue() const {
   // Built in a buffer that keeps its capacity; the result is copied out at its exact size, as
   // class names are kept by the hundred thousand.
+  Body const& body = this->body();
   thread_local std::string out;
   out.clear();
-  out += af_ == Nwk::AddressFamily::ipv6 ? "ipv6" : "ipv4";
+  out += body.af == Nwk::AddressFamily::ipv6 ? "ipv6" : "ipv4";
   if (outOfOrderComponent()) {
     out += " raw";
   }
-  if (!destinationPrefix_.isEmpty()) {
+  if (!body.destinationPrefix.isEmpty()) {
     out += " dst ";
-    destinationPrefix_.appendTo(out);
+    body.destinationPrefix.appendTo(out);
   }
-  if (!sourcePrefix_.isEmpty()) {
+  if (!body.sourcePrefix.isEmpty()) {
     out += " src ";
-    sourcePrefix_.appendTo(out);
+    body.sourcePrefix.appendTo(out);
   }
-  for (std::size_t i = 0; i < opVals_.size(); ++i) {
-    bool const first = i == 0 || opVals_[i - 1].type != opVals_[i].type;
-    bool const last = i + 1 == opVals_.size() || opVals_[i + 1].type != opVals_[i].type;
+  for (std::size_t i = 0; i < body.opVals.size(); ++i) {
+    bool const first = i == 0 || body.opVals[i - 1].type != body.opVals[i].type;
+    bool const last = i + 1 == body.opVals.size() || body.opVals[i + 1].type != body.opVals[i].type;
     if (first) {
       // Prefix types have a prefix syntax of their own; as pairs they go by number.
-      MatchCompType const type = opVals_[i].type;
+      MatchCompType const type = body.opVals[i].type;
       out += ' ';
       if (isPrefixType(type)) {
         out += "type";
@@ -146,9 +147,9 @@ std::string FlowspecKey::stringValue() const {
       }
       out += ' ';
     }
-    bool const andBit = opVals_[i].op & OpBits::kAnd;
+    bool const andBit = body.opVals[i].op & OpBits::kAnd;
     out += andBit ? "&" : first ? "" : "|";
-    appendPair(out, opVals_[i], last);
+    appendPair(out, body.opVals[i], last);
   }
   return out;
 }

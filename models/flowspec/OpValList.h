@@ -33,7 +33,7 @@ struct OpVal {
 
 // The operator/value pairs of a rule key in list order, one packed word each. Keys are copied
 // a lot and kept by the hundred thousand, and most rules have a handful of pairs: up to
-// kInline words live inside the object (a key stays within 64 bytes), longer lists on the heap.
+// kInline words live inside the object (the list is 24 bytes), longer lists on the heap.
 // Iteration yields unpacked pairs by value; data() gives the words. A plain value: copies are
 // deep, and moving leaves the source empty. The owner bounds the length (below 65536; keys hold
 // at most 2048).

@@ -8,7 +8,7 @@ namespace OrbFlowspec {
 
 Cog::SharedString classNameOf(Flowspec::FlowspecKey const& key,
                               PolicyMap::ClassMapTypeConfig const& classMaps) {
-  Cog::SharedString name = key.stringValue();
+  Cog::SharedString const& name = key.sharedStringValue();
   if (auto const cmap = classMaps.cmapInput(name)) {
     return cmap->name();
   }
@@ -27,7 +27,7 @@ Cog::SharedString ClassNamer::next(Flowspec::FlowspecKey const& key) {
   }
   // Changed keys before this one are rules gone since the previous version.
   while (nextChanged_ < changed_.size() && *changed_[nextChanged_] < key) {
-    passOver(changed_[nextChanged_++]->stringValue());
+    passOver(changed_[nextChanged_++]->sharedStringValue());
   }
   if (nextChanged_ < changed_.size() && !(key < *changed_[nextChanged_])) {
     ++nextChanged_;
@@ -44,7 +44,7 @@ Cog::SharedString ClassNamer::next(Flowspec::FlowspecKey const& key) {
 
 void ClassNamer::finish() {
   while (nextChanged_ < changed_.size()) {
-    passOver(changed_[nextChanged_++]->stringValue());
+    passOver(changed_[nextChanged_++]->sharedStringValue());
   }
   COG_ASSERT(!nextPrevious_ || *nextPrevious_ == PreviousNames::Sentinel());
 }

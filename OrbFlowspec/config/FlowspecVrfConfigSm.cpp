@@ -253,7 +253,7 @@ void FlowspecVrfConfigSm::handlePolicy() {
   for (auto const& key : actionBacklog()) {
     auto const rule = in_.vrfRuleConfig->rule(key);
     if (!rule) {
-      subconfig->classActionDel(key.stringValue());
+      subconfig->classActionDel(key.sharedStringValue());
       withdrawn.push_back(key);
     } else if (!onTheWay) {
       updateClassAction(*subconfig, key, rule, classNameOf(key, *in_.cmapTypeConfig));

@@ -100,7 +100,7 @@ void processRuleMatchSet(Flowspec::FlowspecKey const& key, Cog::String const& vr
                          Cog::Ptr<Flowspec::VrfRuleStatus> const& vrfRuleStatus,
                          Cog::Ptr<PolicyMap::ClassMapTypeConfig> const& cmapTypeConfig,
                          std::uint64_t aclEntryLimit) {
-  Cog::SharedString const className = key.stringValue();
+  Cog::SharedString const className = key.sharedStringValue();
   auto const rule = vrfRuleConfig->rule(key);
   if (!rule) {
     TRACE(gTrace, 3, "flowspec rule was removed from ", vrfName);

@@ -49,11 +49,12 @@ FlowspecKey::Body& FlowspecKey::edit() {
     body_ = new Body();
   } else if (body_->refs > 1) {
     Body& shared = *body_;
-    body_ = new Body{
-        1, shared.af, shared.destinationPrefix, shared.sourcePrefix, shared.opVals, std::nullopt};
+    body_ = new Body(shared);
+    body_->refs = 1;
     --shared.refs;
   }
   body_->hash.reset();
+  body_->text = {};
   return *body_;
 }
 

@@ -12,6 +12,7 @@
 #include "models/flowspec/MatchOpVal.h"
 #include "models/flowspec/OpValList.h"
 #include "platform/cog/Errors.h"
+#include "platform/cog/SharedString.h"
 #include "platform/nwk/IpGenPrefix.h"
 #include "platform/trace/Args.h"
 
@@ -110,6 +111,8 @@ class FlowspecKey {
   bool operator<(FlowspecKey const& other) const;
 
   std::string stringValue() const;
+  // The same text, made once per content and kept with it: class-maps are named by it.
+  Cog::SharedString const& sharedStringValue() const;
   std::string toStrep() const { return stringValue(); }
   // Kept in the trace ring in binary (family, prefixes, packed pairs), printed when read.
   void traceEncode(Trace::Encoder& e) const;
@@ -131,11 +134,12 @@ class FlowspecKey {
     Nwk::IpGenPrefix sourcePrefix;
     OpValList opVals;
     mutable std::optional<std::size_t> hash;
+    mutable Cog::SharedString text;  // empty until asked for
   };
   static Body const kEmpty;  // the content of the default key, which has no body
 
   Body const& body() const { return body_ ? *body_ : kEmpty; }
-  // The content, this key's own and with its hash forgotten, to change it.
+  // The content, this key's own and with its hash and text forgotten, to change it.
   Body& edit();
 
   Body* body_ = nullptr;

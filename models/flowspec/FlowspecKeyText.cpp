@@ -464,6 +464,14 @@ class Parser {
 
 }  // namespace
 
+Cog::SharedString const& FlowspecKey::sharedStringValue() const {
+  Body const& body = this->body();
+  if (body.text.empty()) {
+    body.text = stringValue();
+  }
+  return body.text;
+}
+
 std::optional<FlowspecKey> FlowspecKey::parse(std::string_view text, std::string* error) {
   return Parser(text).parse(error);
 }

@@ -195,13 +195,16 @@ TEST(FlowspecKeyText, RandomKeysRoundTripAndAgreeWithHashAndEquality) {
 TEST(FlowspecKeyCopies, ChangingACopyLeavesTheOriginalAndItsHash) {
   FlowspecKey const original = key("ipv4 dst 10.0.0.0/8 dport =80");
   std::size_t const hash = original.hash();  // kept with the shared content from here on
+  char const* const text = original.sharedStringValue().c_str();
   FlowspecKey copy = original;
+  EXPECT_EQ(copy.sharedStringValue().c_str(), text);  // one text for all copies
   copy.opValAppend(MatchCompType::packetLength, 0x81, 64);
   copy.sourcePrefixIs(*Nwk::IpGenPrefix::parse("10.1.0.0/16"));
   EXPECT_EQ(original.stringValue(), "ipv4 dst 10.0.0.0/8 dport =80");
   EXPECT_EQ(original.hash(), hash);
   EXPECT_EQ(copy.stringValue(), "ipv4 dst 10.0.0.0/8 src 10.1.0.0/16 dport =80 len =64");
   EXPECT_EQ(copy.hash(), key(copy.stringValue()).hash());
+  EXPECT_EQ(copy.sharedStringValue(), copy.stringValue());
   FlowspecKey moved = std::move(copy);
   copy = original;  // a moved-from key takes a new value
   EXPECT_EQ(copy, original);

@@ -50,6 +50,8 @@ class SharedString {
   char const* c_str() const { return rep_ ? rep_->text : ""; }
   std::size_t size() const { return rep_ ? rep_->size : 0; }
   bool empty() const { return rep_ == nullptr; }
+  // The hash of the text, made with the string: names are looked up in hashed maps many times.
+  std::size_t hash() const { return rep_ ? rep_->hash : std::hash<std::string_view>()({}); }
 
   friend bool operator==(SharedString const& a, SharedString const& b) {
     return a.rep_ == b.rep_ || a.view() == b.view();
@@ -76,13 +78,15 @@ class SharedString {
   struct Rep {
     std::uint32_t refs;
     std::uint32_t size;
-    char text[1];  // size characters and a NUL
+    std::size_t hash;  // of the text, as std::hash<std::string_view> has it
+    char text[1];      // size characters and a NUL
   };
 
   static Rep* make(std::string_view text) {
     auto* rep = static_cast<Rep*>(::operator new(offsetof(Rep, text) + text.size() + 1));
     rep->refs = 1;
     rep->size = static_cast<std::uint32_t>(text.size());
+    rep->hash = std::hash<std::string_view>()(text);
     std::memcpy(rep->text, text.data(), text.size());
     rep->text[text.size()] = '\0';
     return rep;
@@ -97,7 +101,5 @@ class SharedString {
 // hashing the text again for every entry they pass in a bucket.
 template <>
 struct std::hash<Cog::SharedString> {
-  std::size_t operator()(Cog::SharedString const& s) const {
-    return std::hash<std::string_view>()(s.view());
-  }
+  std::size_t operator()(Cog::SharedString const& s) const { return s.hash(); }
 };

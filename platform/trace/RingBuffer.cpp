@@ -6,7 +6,9 @@
 
 namespace Trace {
 
-RingBuffer::RingBuffer(std::size_t capacityBytes) : buffer_(capacityBytes) {}
+// Room for at least a few records of the longest message kept whole (a quarter of the buffer).
+RingBuffer::RingBuffer(std::size_t capacityBytes)
+    : buffer_(std::max<std::size_t>(capacityBytes, 256)) {}
 
 namespace {
 
@@ -29,73 +31,73 @@ void RingBuffer::append(std::uint16_t handleId, int level, std::string_view func
     append(handleId, level, function, text);
     return;
   }
-  Header header{handleId,
-                static_cast<std::uint8_t>(level),
-                static_cast<std::uint8_t>(std::min<std::size_t>(function.size(), 255)),
-                static_cast<std::uint32_t>(message.size()),
-                function.data(),
-                format};
-  std::size_t const size = sizeof(Header) + message.size();
-  while (used_ + size > buffer_.size()) {
-    dropOldest();
-  }
-  write(&header, sizeof header);
-  write(message.data(), message.size());
+  Header const header{handleId,
+                      static_cast<std::uint8_t>(level),
+                      static_cast<std::uint8_t>(std::min<std::size_t>(function.size(), 255)),
+                      static_cast<std::uint32_t>(message.size()),
+                      function.data(),
+                      format};
+  char* const at = reserve(recordSize(message.size()));
+  std::memcpy(at, &header, sizeof header);
+  std::memcpy(at + sizeof header, message.data(), message.size());
   ++records_;
 }
 
-// Positions stay below the buffer's size, so wrapping is one subtraction: tracing is on every
-// hot path, and a division costs more than copying a short piece.
-void RingBuffer::write(void const* data, std::size_t size) {
-  auto const* bytes = static_cast<char const*>(data);
-  std::size_t const capacity = buffer_.size();
-  std::size_t tail = head_ + used_;
-  tail -= tail >= capacity ? capacity : 0;
-  std::size_t const first = std::min(size, capacity - tail);
-  if (first > 0) {
-    std::memcpy(buffer_.data() + tail, bytes, first);
-  }
-  if (first < size) {
-    std::memcpy(buffer_.data(), bytes + first, size - first);
-  }
-  used_ += size;
+RingBuffer::Header RingBuffer::headerAt(std::size_t offset) const {
+  Header header;
+  std::memcpy(&header, buffer_.data() + offset, sizeof header);
+  return header;
 }
 
-void RingBuffer::read(std::size_t offset, void* data, std::size_t size) const {
-  auto* bytes = static_cast<char*>(data);
-  std::size_t const capacity = buffer_.size();
-  std::size_t const pos = offset < capacity ? offset : offset % capacity;
-  std::size_t const first = std::min(size, capacity - pos);
-  std::memcpy(bytes, buffer_.data() + pos, first);
-  if (first < size) {
-    std::memcpy(bytes + first, buffer_.data(), size - first);
+char* RingBuffer::reserve(std::size_t size) {
+  for (;;) {
+    if (records_ == 0) {
+      head_ = tail_ = 0;
+      wrapped_ = false;
+    }
+    if (!wrapped_) {
+      if (tail_ + size <= buffer_.size()) {
+        break;
+      }
+      // The end of the buffer stays unused until the records before it are dropped.
+      end_ = tail_;
+      tail_ = 0;
+      wrapped_ = true;
+    }
+    if (tail_ + size <= head_) {
+      break;
+    }
+    dropOldest();
   }
+  char* const at = buffer_.data() + tail_;
+  tail_ += size;
+  return at;
 }
 
 void RingBuffer::dropOldest() {
-  Header header;
-  read(head_, &header, sizeof header);
-  std::size_t const size = sizeof(Header) + header.messageLength;
-  head_ += size;
-  head_ -= head_ >= buffer_.size() ? buffer_.size() : 0;
-  used_ -= size;
+  head_ += recordSize(headerAt(head_).messageLength);
   --records_;
+  if (wrapped_ && head_ == end_) {
+    head_ = 0;
+    wrapped_ = false;
+  }
 }
 
 std::vector<std::string> RingBuffer::lines() const {
   std::vector<std::string> out;
   std::size_t offset = head_;
   for (std::size_t i = 0; i < records_; ++i) {
-    Header header;
-    read(offset, &header, sizeof header);
-    std::string pieces(header.messageLength, '\0');
-    read(offset + sizeof header, pieces.data(), pieces.size());
+    if (wrapped_ && offset == end_) {
+      offset = 0;
+    }
+    Header const header = headerAt(offset);
     std::string line = std::to_string(header.handleId) + "/" + std::to_string(header.level) + " " +
                        std::string(header.function, header.functionLength) + ": ";
-    Decoder decoder(pieces);
+    Decoder decoder(
+        std::string_view(buffer_.data() + offset + sizeof header, header.messageLength));
     header.format(decoder, line);
     out.push_back(std::move(line));
-    offset = (offset + sizeof header + header.messageLength) % buffer_.size();
+    offset += recordSize(header.messageLength);
   }
   return out;
 }

@@ -14,6 +14,8 @@ namespace Trace {
 // first. A record is a small header (handle id, level, function name pointer, formatter,
 // length) followed by the message's pieces as Args.h encodes them, so that tracing into the
 // ring formats nothing and the buffer holds many more messages than a line-per-slot log would.
+// Records are 8-byte aligned and never split across the end of the buffer: a record that does
+// not fit before the end goes to the start, so that writing one is two plain copies.
 class RingBuffer {
  public:
   explicit RingBuffer(std::size_t capacityBytes);
@@ -38,13 +40,20 @@ class RingBuffer {
     Formatter format;
   };
 
-  void write(void const* data, std::size_t size);
-  void read(std::size_t offset, void* data, std::size_t size) const;
+  static std::size_t recordSize(std::size_t messageLength) {
+    return (sizeof(Header) + messageLength + 7) & ~std::size_t{7};
+  }
+  Header headerAt(std::size_t offset) const;
+  // Where a record of `size` bytes goes, the oldest records dropped to make room.
+  char* reserve(std::size_t size);
   void dropOldest();
 
+  // The records lie in [head_, tail_), or, once wrapped, in [head_, end_) and then [0, tail_).
   std::vector<char> buffer_;
   std::size_t head_ = 0;  // oldest record
-  std::size_t used_ = 0;
+  std::size_t tail_ = 0;
+  std::size_t end_ = 0;
+  bool wrapped_ = false;
   std::size_t records_ = 0;
 };
 

@@ -37,7 +37,7 @@ class FlowspecVrfStatusSm::ClassMapStatusSm
     if (!parsed_) {
       key_ = classKey(notifier()->name());
       parsed_ = true;
-      indexed_ = key_ && key_->stringValue() == notifier()->name();
+      indexed_ = key_ && key_->hasStringValue(notifier()->name());
     }
     if (indexed_) {
       owner()->classStatusIs(*key_, status);

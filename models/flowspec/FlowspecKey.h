@@ -113,6 +113,8 @@ class FlowspecKey {
   std::string stringValue() const;
   // The same text, made once per content and kept with it: class-maps are named by it.
   Cog::SharedString const& sharedStringValue() const;
+  // Whether `text` is the key's text, found without making a string.
+  bool hasStringValue(std::string_view text) const;
   std::string toStrep() const { return stringValue(); }
   // Kept in the trace ring in binary (family, prefixes, packed pairs), printed when read.
   void traceEncode(Trace::Encoder& e) const;
@@ -139,6 +141,8 @@ class FlowspecKey {
   static Body const kEmpty;  // the content of the default key, which has no body
 
   Body const& body() const { return body_ ? *body_ : kEmpty; }
+  // The text in a buffer of this thread, valid until the next key is printed.
+  std::string_view printed() const;
   // The content, this key's own and with its hash and text forgotten, to change it.
   Body& edit();
 

@@ -114,9 +114,9 @@ void appendPair(std::string& out, FlowspecKey::OpVal const& pair, bool lastOfRun
 
 }  // namespace
 
-std::string FlowspecKey::stringValue() const {
-  // Built in a buffer that keeps its capacity; the result is copied out at its exact size, as
-  // class names are kept by the hundred thousand.
+std::string_view FlowspecKey::printed() const {
+  // A buffer that keeps its capacity: the callers copy the text out at its exact size, or only
+  // compare it.
   Body const& body = this->body();
   thread_local std::string out;
   out.clear();
@@ -152,6 +152,16 @@ std::string FlowspecKey::stringValue() const {
     appendPair(out, body.opVals[i], last);
   }
   return out;
+}
+
+std::string FlowspecKey::stringValue() const {
+  Body const& body = this->body();
+  return body.text.empty() ? std::string(printed()) : body.text.str();
+}
+
+bool FlowspecKey::hasStringValue(std::string_view text) const {
+  Body const& body = this->body();
+  return (body.text.empty() ? printed() : body.text.view()) == text;
 }
 
 namespace {
@@ -467,7 +477,7 @@ class Parser {
 Cog::SharedString const& FlowspecKey::sharedStringValue() const {
   Body const& body = this->body();
   if (body.text.empty()) {
-    body.text = stringValue();
+    body.text = printed();
   }
   return body.text;
 }

@@ -6,9 +6,9 @@
 #include <cstdio>
 #include <cstring>
 #include <functional>
+#include <memory>
 #include <string>
 #include <type_traits>
-#include <vector>
 
 #include "platform/cog/Errors.h"
 
@@ -35,38 +35,59 @@ class PodArray {
   static constexpr std::size_t kMaxSize = N;
 
   PodArray() = default;
+  PodArray(PodArray const& other) { assign(other.data(), other.size()); }
+  PodArray(PodArray&& other) noexcept { take(other); }
+  PodArray& operator=(PodArray const& other) {
+    if (this != &other) {
+      assign(other.data(), other.size());
+    }
+    return *this;
+  }
+  PodArray& operator=(PodArray&& other) noexcept {
+    if (this != &other) {
+      take(other);
+    }
+    return *this;
+  }
 
-  // Replaces the contents by `count` elements at `data`.
+  // `data` must not point into this array.
   void copyIn(T const* data, std::size_t count) {
     if (count > N) {
       throwSizeError(data, count, count);
     }
-    elements_.assign(data, data + count);
+    assign(data, count);
   }
   void push_back(T const& value) {
-    if (elements_.size() >= N) {
-      // The buffer that would have held the count: this array's.
-      throwSizeError(elements_.data(), elements_.size() + 1, elements_.size());
+    if (size_ >= N) {
+      // Every element is there to show.
+      throwSizeError(data(), size_ + 1u, size_);
     }
-    elements_.push_back(value);
+    if (size_ == capacity_) {
+      grow(std::min<std::size_t>(N, capacity_ * 2u));
+    }
+    mutableData()[size_++] = value;
   }
 
-  std::size_t size() const { return elements_.size(); }
-  bool empty() const { return elements_.empty(); }
-  T const& operator[](std::size_t i) const { return elements_[i]; }
-  T const* data() const { return elements_.data(); }
-  auto begin() const { return elements_.begin(); }
-  auto end() const { return elements_.end(); }
+  std::size_t size() const { return size_; }
+  bool empty() const { return size_ == 0; }
+  T const& operator[](std::size_t i) const { return data()[i]; }
+  T const* data() const { return heap_ ? heap_.get() : inline_; }
+  T const* begin() const { return data(); }
+  T const* end() const { return data() + size_; }
 
-  bool operator==(PodArray const&) const = default;
+  bool operator==(PodArray const& other) const {
+    return size_ == other.size_ && std::equal(begin(), end(), other.begin());
+  }
   // Lexicographic, element by element.
-  bool operator<(PodArray const& other) const { return elements_ < other.elements_; }
+  bool operator<(PodArray const& other) const {
+    return std::lexicographical_compare(begin(), end(), other.begin(), other.end());
+  }
   // Over the elements' bytes when they have no padding, else through std::hash<T>.
   std::size_t hash(std::size_t seed = 0) const {
-    std::uint64_t h = seed ^ (elements_.size() * kMul);
+    std::uint64_t h = seed ^ (size_ * kMul);
     if constexpr (std::has_unique_object_representations_v<T>) {
-      auto const* bytes = reinterpret_cast<unsigned char const*>(elements_.data());
-      std::size_t const length = elements_.size() * sizeof(T);
+      auto const* bytes = reinterpret_cast<unsigned char const*>(data());
+      std::size_t const length = size_ * sizeof(T);
       std::size_t i = 0;
       for (; i + 8 <= length; i += 8) {
         std::uint64_t chunk;
@@ -79,7 +100,7 @@ class PodArray {
         h = mix(h, chunk);
       }
     } else {
-      for (T const& element : elements_) {
+      for (T const& element : *this) {
         h = mix(h, std::hash<T>()(element));
       }
     }
@@ -134,7 +155,39 @@ class PodArray {
     }
   }
 
-  std::vector<T> elements_;
+  T* mutableData() { return heap_ ? heap_.get() : inline_; }
+  void assign(T const* data, std::size_t count) {
+    if (count > capacity_) {
+      heap_ = std::make_unique_for_overwrite<T[]>(count);
+      capacity_ = static_cast<std::uint32_t>(count);
+    }
+    std::copy_n(data, count, mutableData());
+    size_ = static_cast<std::uint32_t>(count);
+  }
+  void grow(std::size_t capacity) {
+    auto words = std::make_unique_for_overwrite<T[]>(capacity);
+    std::copy_n(data(), size_, words.get());
+    heap_ = std::move(words);
+    capacity_ = static_cast<std::uint32_t>(capacity);
+  }
+  void take(PodArray& other) {
+    heap_ = std::move(other.heap_);
+    capacity_ = other.capacity_;
+    size_ = other.size_;
+    if (!heap_) {
+      std::copy_n(other.inline_, size_, inline_);
+    }
+    other.capacity_ = kInline;
+    other.size_ = 0;
+  }
+
+  // Most arrays are short (a rule key has a handful of pairs): up to kInline elements live in
+  // the object, so that copying a table entry allocates nothing.
+  static constexpr std::size_t kInline = std::max<std::size_t>(1, 24 / sizeof(T));
+  std::uint32_t size_ = 0;
+  std::uint32_t capacity_ = kInline;
+  T inline_[kInline] = {};
+  std::unique_ptr<T[]> heap_;
 };
 
 }  // namespace Tidal

@@ -162,6 +162,28 @@ TEST(PodArray, SizeErrorShowsAtMostSixteenElements) {
   EXPECT_EQ(array[19], 19u * 17);
 }
 
+// Short arrays are kept inline and longer ones on the heap: copies, moves and comparisons agree
+// with a vector on both sides of the boundary.
+TEST(PodArray, CopiesAndMovesKeepTheElementsInlineOrNot) {
+  Small array;
+  std::vector<std::uint32_t> model;
+  for (std::uint32_t i = 0; i < 20; ++i) {
+    Small const copy = array;
+    ASSERT_TRUE(std::equal(copy.begin(), copy.end(), model.begin(), model.end()));
+    ASSERT_EQ(copy, array);
+    ASSERT_EQ(copy.hash(), array.hash());
+    array.push_back(i);
+    model.push_back(i);
+    ASSERT_TRUE(copy < array);
+    Small moved = Small(array);
+    Small assigned;
+    assigned = std::move(moved);
+    ASSERT_TRUE(std::equal(assigned.begin(), assigned.end(), model.begin(), model.end()));
+    assigned = copy;  // a longer array takes a shorter one
+    ASSERT_EQ(assigned, copy);
+  }
+}
+
 TEST(PodArray, SixteenElementsNeedNoEllipsis) {
   std::uint8_t const data[] = {0x41, 0x42, 0x43, 0x44, 0x45, 0x46, 0x47, 0x48,
                                0x49, 0x4a, 0x4b, 0x4c, 0x4d, 0x4e, 0x4f, 0xff};

@@ -297,35 +297,30 @@ class Parser {
     std::size_t pos;
   };
 
+  // Each pair goes into the key once the separator after it shows whether it ends the list,
+  // which its canonical operator byte depends on.
   void parseList(FlowspecKey& key, MatchCompType type, std::string_view name) {
     skipBlanks();
-    std::vector<Parsed>& pairs = pairs_;
-    pairs.clear();
     bool andBit = consume("&");
     for (;;) {
       if (atEnd() || peek() == ' ') {
         fail(pos_, "expected an operator after '" + std::string(name) + "'");
       }
-      pairs.push_back(parsePair(type, andBit));
-      if (consume("&")) {
-        andBit = true;
-      } else if (consume("|")) {
-        andBit = false;
-      } else {
+      Parsed const pair = parsePair(type, andBit);
+      bool const more = consume("&") || consume("|");
+      bool const nextAndBit = more && text_[pos_ - 1] == '&';
+      std::uint8_t const op = pair.raw ? pair.op : canonicalOpByte(pair.op, pair.value, !more);
+      if (key.opValCount() > MatchOpValIndex::max) {
+        fail(pair.pos, "more than " + std::to_string(MatchOpValIndex::max + 1) + " pairs");
+      }
+      key.opValAppend(type, op, pair.value);
+      if (!more) {
         break;
       }
+      andBit = nextAndBit;
     }
     if (!atEnd() && peek() != ' ') {
       fail(pos_, "expected '&', '|' or a blank");
-    }
-    for (std::size_t i = 0; i < pairs.size(); ++i) {
-      std::uint8_t const op =
-          pairs[i].raw ? pairs[i].op
-                       : canonicalOpByte(pairs[i].op, pairs[i].value, i + 1 == pairs.size());
-      if (key.opValCount() > MatchOpValIndex::max) {
-        fail(pairs[i].pos, "more than " + std::to_string(MatchOpValIndex::max + 1) + " pairs");
-      }
-      key.opValAppend(type, op, pairs[i].value);
     }
   }
 
@@ -469,7 +464,6 @@ class Parser {
 
   std::string_view text_;
   std::size_t pos_ = 0;
-  std::vector<Parsed> pairs_;  // of the list being parsed, kept for the next one's storage
 };
 
 }  // namespace

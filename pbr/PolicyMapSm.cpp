@@ -137,8 +137,8 @@ void PolicyMapSm::classMapNotified(Cog::SharedString const& name) {
   // action changed.
   if (auto const found = classIndex_.find(name);
       found != classIndex_.end() &&
-      !Pbr::entriesCurrent(name, classes_[found->second].entries, *cmapTypeConfig_)) {
-    classes_[found->second].built = false;
+      !Pbr::entriesCurrent(name, records_[found->second].entries, *cmapTypeConfig_)) {
+    records_[found->second].built = false;
   }
   handleClassMap(name);
 }
@@ -146,7 +146,7 @@ void PolicyMapSm::classMapNotified(Cog::SharedString const& name) {
 void PolicyMapSm::handleClassMap(Cog::SharedString const& name) {
   // classMapNotified marked the class when its class-map changed.
   auto const found = classIndex_.find(name);
-  if (!initialized_ || found == classIndex_.end() || classes_[found->second].built) {
+  if (!initialized_ || found == classIndex_.end() || records_[found->second].built) {
     return;
   }
   TRACE(gTrace, 4, key_.strDesc(), " class-map ", name, " changed");
@@ -165,7 +165,7 @@ void PolicyMapSm::takeUpVersion(Cog::Ptr<PolicyMapSubConfig const> const& previo
   if (previous && currCfg_) {
     for (auto const& name : currCfg_->classAction().keysDifferingFrom(previous->classAction())) {
       if (auto const found = classIndex_.find(name); found != classIndex_.end()) {
-        classes_[found->second].built = false;
+        records_[found->second].built = false;
       }
     }
   }
@@ -173,62 +173,55 @@ void PolicyMapSm::takeUpVersion(Cog::Ptr<PolicyMapSubConfig const> const& previo
 }
 
 void PolicyMapSm::takeUpClassList() {
-  // A class of the version taken up before keeps its record (status, programs, class-map
-  // reactor); the others get new ones, and the classes that went lose theirs. A new list is
-  // mostly the old one with a class come or gone, so each class is first compared with the
-  // next class of the old list, and looked up by name only when it is not that one.
-  constexpr std::uint32_t kGone = ~std::uint32_t{0};
-  auto const before = static_cast<std::uint32_t>(classes_.size());
-  std::vector<ClassRecord> classes;
-  std::vector<std::uint32_t> placeOf(before, kGone);  // where each old class is now
+  // A class of the list taken up before keeps its slot (status, programs, class-map reactor);
+  // the others get new ones, and the classes that went give theirs up. A new list is mostly
+  // the old one with a class come or gone, so each class is first compared with the next class
+  // of the old list, and looked up by name only when it is not that one.
+  std::uint32_t const walk = ++listWalks_;
+  std::vector<std::uint32_t> order;
   if (currCfg_) {
-    classes.reserve(currCfg_->classPrio().size());
+    order.reserve(currCfg_->classPrio().size());
     classIndex_.reserve(currCfg_->classPrio().size());
-    std::uint32_t next = 0;
+    std::size_t next = 0;
     for (auto const& [priority, name] : currCfg_->classPrio()) {  // in priority order
-      auto const place = static_cast<std::uint32_t>(classes.size());
-      while (next < before && placeOf[next] != kGone) {
+      while (next < order_.size() && records_[order_[next]].listed == walk) {
         ++next;
       }
-      std::uint32_t old = next;
-      if (next == before || classes_[next].name != name) {
-        // A new class's index entry holds its place past the old ones until the walk ends.
-        auto const [found, created] = classIndex_.try_emplace(name, before + place);
+      std::uint32_t slot;
+      if (next < order_.size() && records_[order_[next]].name == name) {
+        slot = order_[next];
+      } else {
+        auto const [found, created] = classIndex_.try_emplace(name, 0);
         if (created) {
-          classes.emplace_back().name = name;
-          continue;
+          found->second = slot = newSlot();
+          records_[slot].name = name;
+        } else if (records_[slot = found->second].listed == walk) {
+          continue;  // a class listed twice counts at its first place only
         }
-        if (found->second >= before || placeOf[found->second] != kGone) {
-          continue;  // a class listed twice matches at its first place only
-        }
-        old = found->second;
       }
-      placeOf[old] = place;
-      classes.push_back(std::move(classes_[old]));
+      records_[slot].listed = walk;
+      order.push_back(slot);
     }
   }
-  for (std::uint32_t i = 0; i < before; ++i) {
-    if (placeOf[i] == kGone) {
-      status_->cmapDel(classes_[i].name);
+  for (std::uint32_t const slot : order_) {
+    ClassRecord& record = records_[slot];
+    if (record.listed != walk) {
+      status_->cmapDel(record.name);
+      classIndex_.erase(record.name);
+      record = ClassRecord();
+      freeSlots_.push_back(slot);
     }
   }
-  // Index entries to the new places (those of a first list hold them already).
-  if (before > 0) {
-    for (auto it = classIndex_.begin(); it != classIndex_.end();) {
-      std::uint32_t& place = it->second;
-      place = place >= before ? place - before : placeOf[place];
-      it = place == kGone ? classIndex_.erase(it) : std::next(it);
-    }
-  }
-  if (status_->cmap().size() > classes.size()) {
+  if (status_->cmap().size() > order.size()) {
     for (auto const& [name, cmapStatus] : status_->cmap()) {
       if (!classIndex_.contains(name)) {
         status_->cmapDel(name);
       }
     }
   }
-  classes_ = std::move(classes);
-  for (auto& record : classes_) {
+  order_ = std::move(order);
+  for (std::uint32_t const slot : order_) {
+    ClassRecord& record = records_[slot];
     if (!record.status) {
       record.status = status_->cmapIs(record.name);
       classMapReactorUpdate(record);
@@ -236,13 +229,23 @@ void PolicyMapSm::takeUpClassList() {
   }
 }
 
+std::uint32_t PolicyMapSm::newSlot() {
+  if (freeSlots_.empty()) {
+    records_.emplace_back();
+    return static_cast<std::uint32_t>(records_.size() - 1);
+  }
+  std::uint32_t const slot = freeSlots_.back();
+  freeSlots_.pop_back();
+  return slot;
+}
+
 bool PolicyMapSm::listsSameClasses() const {
-  if (!currCfg_ || classes_.empty() || currCfg_->classPrio().size() != classes_.size()) {
+  if (!currCfg_ || order_.empty() || currCfg_->classPrio().size() != order_.size()) {
     return false;
   }
   std::size_t i = 0;
   for (auto const& [priority, name] : currCfg_->classPrio()) {
-    if (classes_[i++].name != name) {
+    if (records_[order_[i++]].name != name) {
       return false;
     }
   }
@@ -250,14 +253,14 @@ bool PolicyMapSm::listsSameClasses() const {
 }
 
 void PolicyMapSm::classMapReactorsUpdate() {
-  for (auto& record : classes_) {
-    classMapReactorUpdate(record);
+  for (std::uint32_t const slot : order_) {
+    classMapReactorUpdate(records_[slot]);
   }
 }
 
 void PolicyMapSm::classMapReactorUpdate(Cog::SharedString const& name) {
   if (auto const found = classIndex_.find(name); found != classIndex_.end()) {
-    classMapReactorUpdate(classes_[found->second]);
+    classMapReactorUpdate(records_[found->second]);
   }
 }
 
@@ -288,21 +291,22 @@ void PolicyMapSm::rebuildPrograms() {
   }
   auto const place = [&](std::uint32_t i, std::size_t slot,
                          std::shared_ptr<Pbr::ClassProgram const> program) {
-    ClassRecord& record = classes_[i];
+    ClassRecord& record = records_[i];
     record.programIndex[slot] = static_cast<std::uint32_t>(programs[slot]->classes.size());
     programs[slot]->classes.push_back(std::move(program));
     programClasses_[slot].push_back(i);
   };
-  for (std::uint32_t i = 0; i < classes_.size(); ++i) {
-    if (i + Cog::kPrefetchDistance < classes_.size()) {
-      ClassRecord const& ahead = classes_[i + Cog::kPrefetchDistance];
+  for (std::size_t position = 0; position < order_.size(); ++position) {
+    std::uint32_t const i = order_[position];
+    if (position + Cog::kPrefetchDistance < order_.size()) {
+      ClassRecord const& ahead = records_[order_[position + Cog::kPrefetchDistance]];
       for (std::size_t slot = 0; ahead.built && slot < 2; ++slot) {
         if (ahead.programIndex[slot] != kNoProgram) {
           Cog::prefetchSharedCount(before[slot]->classes[ahead.programIndex[slot]].get());
         }
       }
     }
-    ClassRecord& record = classes_[i];
+    ClassRecord& record = records_[i];
     if (!record.built) {
       auto perFamily = Pbr::classPrograms(
           record.name, record.entries, currCfg_->classAction(record.name).get(), *cmapTypeConfig_);
@@ -329,10 +333,11 @@ void PolicyMapSm::rebuildPrograms() {
   }
   // Every slot is asked again with the new programs: forget what they counted.
   dirty_.clear();
-  for (std::uint32_t i = 0; i < classes_.size(); ++i) {
-    classes_[i].pending = classes_[i].installed = classes_[i].failed = 0;
-    classes_[i].dirty = true;
-    dirty_.push_back(i);
+  for (std::uint32_t const slot : order_) {
+    ClassRecord& record = records_[slot];
+    record.pending = record.installed = record.failed = 0;
+    record.dirty = true;
+    dirty_.push_back(slot);
   }
   for (auto& [intfId, binding] : bindings_) {
     for (auto const af : kFamilies) {
@@ -454,7 +459,7 @@ void PolicyMapSm::tally(IntfSlot const& slot, Nwk::AddressFamily af, int sign) {
   }
   auto const& positions = programClasses_[slotOf(af)];
   for (std::size_t i = 0; i < positions.size(); ++i) {
-    ClassRecord& record = classes_[positions[i]];
+    ClassRecord& record = records_[positions[i]];
     bool const kept = i < slot.kept.size() && slot.kept[i];
     std::uint32_t& counter = slot.phase == IntfSlot::Phase::pending
                                  ? (kept ? record.installed : record.pending)
@@ -469,8 +474,8 @@ void PolicyMapSm::tally(IntfSlot const& slot, Nwk::AddressFamily af, int sign) {
 }
 
 void PolicyMapSm::flush() {
-  for (std::uint32_t const i : dirty_) {
-    ClassRecord& record = classes_[i];
+  for (std::uint32_t const slot : dirty_) {
+    ClassRecord& record = records_[slot];
     record.dirty = false;
     ClassState const state = record.pending                        ? ClassState::classStatePending
                              : !record.installed && !record.failed ? ClassState::classStateUnknown
@@ -571,7 +576,7 @@ void PolicyMapSm::handleCounterRequest() {
 
 void PolicyMapSm::countersDone(std::vector<Pbr::ClassCounters> const& counters) {
   counterReadPending_ = false;
-  std::vector<std::uint64_t> sums(classes_.size(), 0);
+  std::vector<std::uint64_t> sums(records_.size(), 0);
   for (auto const& slotCounters : counters) {
     for (auto const& [name, packets] : slotCounters) {
       auto const found = classIndex_.find(name);
@@ -580,8 +585,8 @@ void PolicyMapSm::countersDone(std::vector<Pbr::ClassCounters> const& counters) 
       }
     }
   }
-  for (std::size_t i = 0; i < classes_.size(); ++i) {
-    classes_[i].status->packetCountIs(sums[i]);
+  for (std::uint32_t const slot : order_) {
+    records_[slot].status->packetCountIs(sums[slot]);
   }
   status_->counterUpdateTimeIs(Cog::System::currentTime());
 }
@@ -589,9 +594,9 @@ void PolicyMapSm::countersDone(std::vector<Pbr::ClassCounters> const& counters) 
 void PolicyMapSm::hasNotificationActiveIs(bool active) {
   reactors_->config.notificationActiveIs(active);
   reactors_->cmapType.notificationActiveIs(active);
-  for (auto& record : classes_) {
-    if (record.reactor) {
-      record.reactor->notificationActiveIs(active);
+  for (std::uint32_t const slot : order_) {
+    if (auto const& reactor = records_[slot].reactor) {
+      reactor->notificationActiveIs(active);
     }
   }
   if (!active || !initialized_) {
@@ -600,7 +605,8 @@ void PolicyMapSm::hasNotificationActiveIs(bool active) {
   // Class-maps may have changed unseen: their classes are built again.
   classMapReactorsUpdate();
   bool stale = false;
-  for (auto& record : classes_) {
+  for (std::uint32_t const slot : order_) {
+    ClassRecord& record = records_[slot];
     if (!Pbr::entriesCurrent(record.name, record.entries, *cmapTypeConfig_)) {
       record.built = false;
       stale = true;
@@ -617,7 +623,7 @@ void PolicyMapSm::hasNotificationActiveIs(bool active) {
 
 void PolicyMapSm::dumpState(Kiln::DumpContext* ctx, int indent) const {
   Kiln::dumpf(ctx, indent, "PolicyMapSm %s version %s classes #%zu\n", key_.strDesc().c_str(),
-              currCfg_ ? currCfg_->version().toStrep().c_str() : "none", classes_.size());
+              currCfg_ ? currCfg_->version().toStrep().c_str() : "none", order_.size());
   static char const* const kStates[] = {"unknown", "installed", "failed"};
   for (auto const& [intfId, binding] : bindings_) {
     for (auto const af : kFamilies) {

@@ -115,6 +115,7 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
     bool written = false;
     ClassState writtenState = ClassState::classStateUnknown;
     Kiln::UniqueId writtenVersion;
+    std::uint32_t listed = 0;  // the last class-list walk that found it listed
   };
   // One interface and family: the program asked for and its outcome.
   struct IntfSlot {
@@ -139,6 +140,8 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
   void takeUpVersion(Cog::Ptr<PolicyMapSubConfig const> const& previous);
   // Takes up a version that lists other classes than the one before.
   void takeUpClassList();
+  // A free slot for a new class record.
+  std::uint32_t newSlot();
   // Whether the version in use lists the very classes of the one taken up before, in order
   // (their priorities may differ: only their order counts).
   bool listsSameClasses() const;
@@ -175,11 +178,17 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
 
   std::unique_ptr<Reactors> reactors_;
   Cog::Ptr<PolicyMapSubConfig const> currCfg_;
-  std::vector<ClassRecord> classes_;
-  std::unordered_map<Cog::SharedString, std::uint32_t> classIndex_;
-  std::vector<std::uint32_t> dirty_;
+  // Class records stay in their slot for as long as the class is listed, so that a new class
+  // list (a rule come or gone among a hundred thousand) rewrites only the order of slots, not
+  // the records or the index by name. Freed slots are reused.
+  std::vector<ClassRecord> records_;
+  std::vector<std::uint32_t> freeSlots_;
+  std::vector<std::uint32_t> order_;  // the slots of the version's classes, in priority order
+  std::unordered_map<Cog::SharedString, std::uint32_t> classIndex_;  // name to slot
+  std::uint32_t listWalks_ = 0;
+  std::vector<std::uint32_t> dirty_;  // slots
   // Per family: the program of the version in use (null when no class has the family) and,
-  // per class of the program, its index in classes_.
+  // per class of the program, its slot.
   std::array<std::shared_ptr<Pbr::PolicyProgram const>, 2> programs_;
   std::array<std::vector<std::uint32_t>, 2> programClasses_;
   std::map<Nwk::IntfId, Binding> bindings_;

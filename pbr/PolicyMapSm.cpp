@@ -197,6 +197,9 @@ void PolicyMapSm::takeUpClassList() {
           records_[slot].name = name;
         } else if (records_[slot = found->second].listed == walk) {
           continue;  // a class listed twice counts at its first place only
+        } else if (records_[slot].position > next) {
+          // Classes gone before it: the old list goes on after it.
+          next = records_[slot].position;
         }
       }
       records_[slot].listed = walk;
@@ -220,8 +223,9 @@ void PolicyMapSm::takeUpClassList() {
     }
   }
   order_ = std::move(order);
-  for (std::uint32_t const slot : order_) {
-    ClassRecord& record = records_[slot];
+  for (std::uint32_t position = 0; position < order_.size(); ++position) {
+    ClassRecord& record = records_[order_[position]];
+    record.position = position;
     if (!record.status) {
       record.status = status_->cmapIs(record.name);
       classMapReactorUpdate(record);

@@ -115,7 +115,8 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
     bool written = false;
     ClassState writtenState = ClassState::classStateUnknown;
     Kiln::UniqueId writtenVersion;
-    std::uint32_t listed = 0;  // the last class-list walk that found it listed
+    std::uint32_t listed = 0;    // the last class-list walk that found it listed
+    std::uint32_t position = 0;  // in order_
   };
   // One interface and family: the program asked for and its outcome.
   struct IntfSlot {

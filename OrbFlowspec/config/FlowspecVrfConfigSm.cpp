@@ -296,11 +296,13 @@ void FlowspecVrfConfigSm::assignClassPriorities(PolicyMap::PolicyMapSubConfig& s
   std::uint32_t nextV4 = v4ClassPrioOffset;
   std::uint32_t nextV6 = v6ClassPrioOffset;
   ClassNamer namer(previous, actionBacklog(), *in_.cmapTypeConfig);
-  for (auto const& [key, rule] : in_.vrfRuleConfig->rule()) {
+  // A new version lists every rule: the walk reads keys only, and a rule's configuration only
+  // when its action is to be updated.
+  for (auto const& key : in_.vrfRuleConfig->rule().keys()) {
     std::uint32_t const prio = key.af() == Nwk::AddressFamily::ipv6 ? nextV6++ : nextV4++;
     Cog::SharedString className = namer.next(key);
     if (updateActions && actionBacklog(key)) {
-      updateClassAction(subconfig, key, rule, className);
+      updateClassAction(subconfig, key, in_.vrfRuleConfig->rule(key), className);
     }
     subconfig.classPrioIs(prio, std::move(className));
   }

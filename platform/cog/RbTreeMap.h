@@ -145,6 +145,7 @@ class RbTreeMap {
       return *this;
     }
     bool operator==(Sentinel) const { return it_ == map_->tree_.end(); }
+    K const& key() const { return it_->first; }
 
    private:
     void skipDead() {
@@ -160,6 +161,20 @@ class RbTreeMap {
   Iterator<false> begin() { return Iterator<false>(this, tree_.begin()); }
   Iterator<true> begin() const { return Iterator<true>(this, tree_.begin()); }
   Sentinel end() const { return {}; }
+
+  // The live keys in order. A walk over the entries of a const map of records hands out
+  // counted pointers, so it touches every record; a walk that needs only the keys does not.
+  class KeyIterator : public Iterator<true> {
+   public:
+    using Iterator<true>::Iterator;
+    K const& operator*() const { return this->key(); }
+  };
+  struct KeyRange {
+    RbTreeMap const* map;
+    KeyIterator begin() const { return KeyIterator(map, map->tree_.begin()); }
+    Sentinel end() const { return {}; }
+  };
+  KeyRange keys() const { return KeyRange{this}; }
 
  private:
   void markDead(typename Tree::iterator it) {

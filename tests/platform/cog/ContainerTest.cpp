@@ -216,6 +216,16 @@ TEST(CogRbTreeMap, IteratesInKeyOrderAndRevivesKeyDeletedDuringIteration) {
   ASSERT_NE(map.find(3), nullptr);
   EXPECT_EQ(*map.find(3), 99);
   EXPECT_EQ(map.size(), 2u);
+  // A walk over the keys alone skips the dead entries alike.
+  keys.clear();
+  auto const& walked = map;
+  for (int const& key : walked.keys()) {
+    keys.push_back(key);
+    if (key == 1) {
+      map.erase(3);
+    }
+  }
+  EXPECT_EQ(keys, (std::vector<int>{1}));
 }
 
 TEST(CogHashMap2018, OrderDependsOnlyOnChanges) {

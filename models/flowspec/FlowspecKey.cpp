@@ -42,24 +42,26 @@ FlowspecKey::FlowspecKey(Nwk::AddressFamily af) {
     throw Cog::RangeError("FlowspecKey::af not ipv4 or ipv6 not allowed");
   }
   edit().af = af;
+  bits_ = (bits_ & ~kFamilyBits) | static_cast<std::uintptr_t>(af);
 }
 
 FlowspecKey::Body& FlowspecKey::edit() {
-  if (!body_) {
-    body_ = new Body();
-  } else if (body_->refs > 1) {
-    Body& shared = *body_;
-    body_ = new Body(shared);
-    body_->refs = 1;
-    --shared.refs;
+  Body* body = shared();
+  if (!body) {
+    body = new Body();
+  } else if (body->refs > 1) {
+    --body->refs;
+    body = new Body(*body);
+    body->refs = 1;
   }
-  body_->hash.reset();
-  body_->text = {};
-  return *body_;
+  bits_ = reinterpret_cast<std::uintptr_t>(body) | static_cast<std::uintptr_t>(body->af);
+  body->hash.reset();
+  body->text = {};
+  return *body;
 }
 
 bool FlowspecKey::operator==(FlowspecKey const& other) const {
-  if (body_ == other.body_) {
+  if (bits_ == other.bits_) {
     return true;
   }
   Body const& a = body();

@@ -62,12 +62,12 @@ class FlowspecKey {
   FlowspecKey() = default;
   // Throws a range error unless `af` is IPv4 or IPv6.
   explicit FlowspecKey(Nwk::AddressFamily af);
-  FlowspecKey(FlowspecKey const& other) noexcept : body_(other.body_) {
-    if (body_) {
-      ++body_->refs;
+  FlowspecKey(FlowspecKey const& other) noexcept : bits_(other.bits_) {
+    if (Body* const body = shared()) {
+      ++body->refs;
     }
   }
-  FlowspecKey(FlowspecKey&& other) noexcept : body_(std::exchange(other.body_, nullptr)) {}
+  FlowspecKey(FlowspecKey&& other) noexcept : bits_(std::exchange(other.bits_, 0)) {}
   FlowspecKey& operator=(FlowspecKey const& other) noexcept {
     FlowspecKey(other).swap(*this);
     return *this;
@@ -77,13 +77,17 @@ class FlowspecKey {
     return *this;
   }
   ~FlowspecKey() {
-    if (body_ && --body_->refs == 0) {
-      delete body_;
+    Body* const body = shared();
+    if (body && --body->refs == 0) {
+      delete body;
     }
   }
-  void swap(FlowspecKey& other) noexcept { std::swap(body_, other.body_); }
+  void swap(FlowspecKey& other) noexcept { std::swap(bits_, other.bits_); }
 
-  Nwk::AddressFamily af() const { return body().af; }
+  Nwk::AddressFamily af() const {
+    auto const family = bits_ & kFamilyBits;
+    return family ? static_cast<Nwk::AddressFamily>(family) : Nwk::AddressFamily::ipv4;
+  }
   Nwk::IpGenPrefix const& destinationPrefix() const { return body().destinationPrefix; }
   Nwk::IpGenPrefix const& sourcePrefix() const { return body().sourcePrefix; }
   // A non-empty prefix must be of the key's family (range error otherwise).
@@ -139,14 +143,22 @@ class FlowspecKey {
     mutable Cog::SharedString text;  // empty until asked for
   };
   static Body const kEmpty;  // the content of the default key, which has no body
+  // The family is also kept in the low bits of the pointer to the content, so that a walk over
+  // many keys that only asks their family does not read their contents.
+  static constexpr std::uintptr_t kFamilyBits = 3;
+  static_assert(alignof(Body) > kFamilyBits);
 
-  Body const& body() const { return body_ ? *body_ : kEmpty; }
+  Body* shared() const { return reinterpret_cast<Body*>(bits_ & ~kFamilyBits); }
+  Body const& body() const {
+    Body const* const body = shared();
+    return body ? *body : kEmpty;
+  }
   // The text in a buffer of this thread, valid until the next key is printed.
   std::string_view printed() const;
   // The content, this key's own and with its hash and text forgotten, to change it.
   Body& edit();
 
-  Body* body_ = nullptr;
+  std::uintptr_t bits_ = 0;  // the content's address and its family
 };
 
 inline std::ostream& operator<<(std::ostream& os, FlowspecKey const& key) {

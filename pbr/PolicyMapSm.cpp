@@ -182,6 +182,9 @@ void PolicyMapSm::takeUpClassList() {
   if (currCfg_) {
     order.reserve(currCfg_->classPrio().size());
     classIndex_.reserve(currCfg_->classPrio().size());
+    if (records_.empty()) {
+      records_.reserve(currCfg_->classPrio().size());
+    }
     std::size_t next = 0;
     for (auto const& [priority, name] : currCfg_->classPrio()) {  // in priority order
       while (next < order_.size() && records_[order_[next]].listed == walk) {
@@ -235,6 +238,10 @@ void PolicyMapSm::takeUpClassList() {
 
 std::uint32_t PolicyMapSm::newSlot() {
   if (freeSlots_.empty()) {
+    // Records are large and kept by the hundred thousand: grow by an eighth, not twofold.
+    if (records_.size() == records_.capacity()) {
+      records_.reserve(records_.size() + records_.size() / 8 + 16);
+    }
     records_.emplace_back();
     return static_cast<std::uint32_t>(records_.size() - 1);
   }

@@ -328,10 +328,10 @@ void FlowspecVrfConfigSm::updateClassAction(PolicyMap::PolicyMapSubConfig& subco
 void FlowspecVrfConfigSm::doCleanup() {
   TRACE(gTrace, 3, "vrfName ", vrfName_, " reason SM destruction");
   for (auto const& [key, rule] : in_.vrfRuleConfig->rule()) {
-    doCleanupCmapConfig(key.stringValue(), "SM destruction");
+    doCleanupCmapConfig(key.sharedStringValue(), "SM destruction");
   }
   for (auto const& key : ruleBacklog()) {
-    doCleanupCmapConfig(key.stringValue(), "SM destruction");
+    doCleanupCmapConfig(key.sharedStringValue(), "SM destruction");
     ruleBacklogDel(key);
   }
   in_.vrfRuleStatus->ruleStatusDelAll();

@@ -41,7 +41,9 @@ FlowspecKey::FlowspecKey(Nwk::AddressFamily af) {
   if (af != Nwk::AddressFamily::ipv4 && af != Nwk::AddressFamily::ipv6) {
     throw Cog::RangeError("FlowspecKey::af not ipv4 or ipv6 not allowed");
   }
-  edit().af = af;
+  // A content of its own even while empty: the shared empty content keeps the hash and text of
+  // the default key, which is IPv4.
+  edit();
   bits_ = (bits_ & ~kFamilyBits) | static_cast<std::uintptr_t>(af);
 }
 
@@ -54,7 +56,7 @@ FlowspecKey::Body& FlowspecKey::edit() {
     body = new Body(*body);
     body->refs = 1;
   }
-  bits_ = reinterpret_cast<std::uintptr_t>(body) | static_cast<std::uintptr_t>(body->af);
+  bits_ = reinterpret_cast<std::uintptr_t>(body) | (bits_ & kFamilyBits);
   body->hash.reset();
   body->text = {};
   return *body;
@@ -66,7 +68,7 @@ bool FlowspecKey::operator==(FlowspecKey const& other) const {
   }
   Body const& a = body();
   Body const& b = other.body();
-  return a.af == b.af && a.destinationPrefix == b.destinationPrefix &&
+  return af() == other.af() && a.destinationPrefix == b.destinationPrefix &&
          a.sourcePrefix == b.sourcePrefix && a.opVals == b.opVals;
 }
 
@@ -92,7 +94,7 @@ void FlowspecKey::sourcePrefixIs(Nwk::IpGenPrefix const& prefix) {
 
 void FlowspecKey::traceEncode(Trace::Encoder& e) const {
   Body const& body = this->body();
-  e.raw(body.af);
+  e.raw(af());
   body.destinationPrefix.traceEncode(e);
   body.sourcePrefix.traceEncode(e);
   e.raw(static_cast<std::uint16_t>(body.opVals.size()));
@@ -166,7 +168,7 @@ std::size_t FlowspecKey::hash() const {
   if (body.hash) {
     return *body.hash;
   }
-  std::uint64_t h = mix(0, static_cast<std::uint64_t>(body.af) << 16 | body.opVals.size());
+  std::uint64_t h = mix(0, static_cast<std::uint64_t>(af()) << 16 | body.opVals.size());
   h = mixPrefix(h, body.destinationPrefix);
   h = mixPrefix(h, body.sourcePrefix);
   std::uint32_t const* words = body.opVals.data();

@@ -135,16 +135,16 @@ class FlowspecKey {
   // shared content first makes a copy of it. Not atomic: keys live on the agent's one thread.
   struct Body {
     std::uint32_t refs = 1;
-    Nwk::AddressFamily af = Nwk::AddressFamily::ipv4;
     Nwk::IpGenPrefix destinationPrefix;
     Nwk::IpGenPrefix sourcePrefix;
     OpValList opVals;
     mutable std::optional<std::size_t> hash;
     mutable Cog::SharedString text;  // empty until asked for
   };
-  static Body const kEmpty;  // the content of the default key, which has no body
-  // The family is also kept in the low bits of the pointer to the content, so that a walk over
-  // many keys that only asks their family does not read their contents.
+  static Body const kEmpty;  // the content of a key that has none
+  // The family is kept in the low bits of the pointer to the content (0 for the default key,
+  // which is IPv4), so that a walk over many keys that only asks their family does not read
+  // their contents.
   static constexpr std::uintptr_t kFamilyBits = 3;
   static_assert(alignof(Body) > kFamilyBits);
 

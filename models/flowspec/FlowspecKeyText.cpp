@@ -120,7 +120,7 @@ std::string_view FlowspecKey::printed() const {
   Body const& body = this->body();
   thread_local std::string out;
   out.clear();
-  out += body.af == Nwk::AddressFamily::ipv6 ? "ipv6" : "ipv4";
+  out += af() == Nwk::AddressFamily::ipv6 ? "ipv6" : "ipv4";
   if (outOfOrderComponent()) {
     out += " raw";
   }

@@ -97,8 +97,8 @@ class SharedString {
 
 }  // namespace Cog
 
-// Not noexcept on purpose: the standard hashed containers then keep each key's hash, rather than
-// hashing the text again for every entry they pass in a bucket.
+// Not noexcept on purpose: the standard hashed containers then keep each key's hash beside it,
+// rather than reading it from the string's buffer for every entry they pass in a bucket.
 template <>
 struct std::hash<Cog::SharedString> {
   std::size_t operator()(Cog::SharedString const& s) const { return s.hash(); }

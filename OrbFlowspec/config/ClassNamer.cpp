@@ -16,20 +16,28 @@ Cog::SharedString classNameOf(Flowspec::FlowspecKey const& key,
 }
 
 void ClassNamer::start(PolicyMap::PolicyMapSubConfig const& previous) {
-  std::sort(changed_.begin(), changed_.end(),
-            [](Flowspec::FlowspecKey const* a, Flowspec::FlowspecKey const* b) { return *a < *b; });
+  // A rule gone sorts before the rule now at its place.
+  std::sort(changed_.begin(), changed_.end(), [](Changed const& a, Changed const& b) {
+    if (a.position != b.position || a.present != b.present) {
+      return a.position < b.position || (a.position == b.position && !a.present);
+    }
+    return *a.key < *b.key;
+  });
   nextPrevious_.emplace(previous.classPrio().begin());
 }
 
-Cog::SharedString ClassNamer::next(Flowspec::FlowspecKey const& key) {
+Cog::SharedString ClassNamer::next() {
+  std::size_t const position = position_++;
+  Flowspec::FlowspecKey const& key = order_.keys()[position];
   if (!nextPrevious_) {
     return classNameOf(key, classMaps_);
   }
-  // Changed keys before this one are rules gone since the previous version.
-  while (nextChanged_ < changed_.size() && *changed_[nextChanged_] < key) {
-    passOver(changed_[nextChanged_++]->sharedStringValue());
+  // Rules gone since the previous version, which listed them before this one.
+  while (nextChanged_ < changed_.size() && changed_[nextChanged_].position <= position &&
+         !changed_[nextChanged_].present) {
+    passOver(changed_[nextChanged_++].key->sharedStringValue());
   }
-  if (nextChanged_ < changed_.size() && !(key < *changed_[nextChanged_])) {
+  if (nextChanged_ < changed_.size() && changed_[nextChanged_].position == position) {
     ++nextChanged_;
     Cog::SharedString name = classNameOf(key, classMaps_);
     passOver(name);
@@ -44,7 +52,7 @@ Cog::SharedString ClassNamer::next(Flowspec::FlowspecKey const& key) {
 
 void ClassNamer::finish() {
   while (nextChanged_ < changed_.size()) {
-    passOver(changed_[nextChanged_++]->sharedStringValue());
+    passOver(changed_[nextChanged_++].key->sharedStringValue());
   }
   COG_ASSERT(!nextPrevious_ || *nextPrevious_ == PreviousNames::Sentinel());
 }

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "OrbFlowspec/config/RuleOrder.h"
 #include "models/flowspec/FlowspecKey.h"
 #include "models/policymap/ClassMapTypeConfig.h"
 #include "models/policymap/PolicyMapSubConfig.h"
@@ -20,44 +21,56 @@ Cog::SharedString classNameOf(Flowspec::FlowspecKey const& key,
 // named by its rule's key text; a rule the previous version listed takes its name from there
 // instead, as copying a name costs a fraction of making the text, and a new version is mostly
 // the previous list with a rule come or gone. Only the rules changed since that version are
-// named from their key.
+// named from their key. The changed rules are placed in the order once, so that the walk reads
+// no key unless it changed.
 //
 // The previous version lists its classes in rule order too: the rule order puts every IPv4 key
-// before every IPv6 key, and IPv4 priorities are below IPv6 ones. It must stay alive, and the
-// keys unchanged, while the namer is used.
+// before every IPv6 key, and IPv4 priorities are below IPv6 ones. It and the order must stay
+// alive and unchanged while the namer is used.
 class ClassNamer {
  public:
   // `previous`: the version in use, or null; `changed`: every key whose rule came, went or
-  // changed since that version, in any order; `classMaps`: where the rules' class-maps are.
+  // changed since that version, in any order; `order`: the rules now; `classMaps`: where the
+  // rules' class-maps are.
   template <class Keys>
   ClassNamer(PolicyMap::PolicyMapSubConfig const* previous, Keys const& changed,
-             PolicyMap::ClassMapTypeConfig const& classMaps)
-      : classMaps_(classMaps) {
+             RuleOrder const& order, PolicyMap::ClassMapTypeConfig const& classMaps)
+      : order_(order), classMaps_(classMaps) {
     if (!previous) {
       return;  // every class is named from its key
     }
     changed_.reserve(changed.size());
     for (Flowspec::FlowspecKey const& key : changed) {
-      changed_.push_back(&key);
+      std::size_t const position = order.position(key);
+      changed_.push_back(Changed{&key, position, order.at(position, key)});
     }
     start(*previous);
   }
 
-  // The class name of `key`, the rule after the one named last.
-  Cog::SharedString next(Flowspec::FlowspecKey const& key);
+  // The class name of the rule at the next position of the order.
+  Cog::SharedString next();
   // Called after the last rule: the previous version's names must all have been met.
   void finish();
 
  private:
   using PreviousNames = PolicyMap::PolicyMapSubConfig::ClassPrioCollection;
 
+  // A changed rule, where it is in the order or, gone, where it would be.
+  struct Changed {
+    Flowspec::FlowspecKey const* key;
+    std::size_t position;
+    bool present;
+  };
+
   void start(PolicyMap::PolicyMapSubConfig const& previous);
   // Steps over the previous version's next name when it is `name`, a rule changed or gone.
   void passOver(std::string_view name);
 
+  RuleOrder const& order_;
   PolicyMap::ClassMapTypeConfig const& classMaps_;
 
-  std::vector<Flowspec::FlowspecKey const*> changed_;  // in rule order
+  std::size_t position_ = 0;
+  std::vector<Changed> changed_;  // in rule order
   std::size_t nextChanged_ = 0;
   std::optional<PreviousNames::Iterator> nextPrevious_;  // none without a previous version
 };

@@ -241,6 +241,7 @@ void FlowspecVrfConfigSm::handlePolicy() {
   // pending action (a first build), their actions are updated on the way with that name, rather
   // than naming each class twice. A few pending actions are updated on their own, sparing every
   // rule a lookup in the backlog.
+  ruleOrder_.update(actionBacklog(), *in_.vrfRuleConfig);
   bool const assign = !previous || classListChanged();
   bool const onTheWay = assign && 2 * actionBacklog().size() >= in_.vrfRuleConfig->rule().size();
   if (assign) {
@@ -295,12 +296,12 @@ void FlowspecVrfConfigSm::assignClassPriorities(PolicyMap::PolicyMapSubConfig& s
                                                 bool updateActions) {
   std::uint32_t nextV4 = v4ClassPrioOffset;
   std::uint32_t nextV6 = v6ClassPrioOffset;
-  ClassNamer namer(previous, actionBacklog(), *in_.cmapTypeConfig);
-  // A new version lists every rule: the walk reads keys only, and a rule's configuration only
-  // when its action is to be updated.
-  for (auto const& key : in_.vrfRuleConfig->rule().keys()) {
+  ClassNamer namer(previous, actionBacklog(), ruleOrder_, *in_.cmapTypeConfig);
+  // A new version lists every rule: the walk reads the order only, and a rule's configuration
+  // only when its action is to be updated.
+  for (auto const& key : ruleOrder_.keys()) {
     std::uint32_t const prio = key.af() == Nwk::AddressFamily::ipv6 ? nextV6++ : nextV4++;
-    Cog::SharedString className = namer.next(key);
+    Cog::SharedString className = namer.next();
     if (updateActions && actionBacklog(key)) {
       updateClassAction(subconfig, key, in_.vrfRuleConfig->rule(key), className);
     }

@@ -5,6 +5,7 @@
 
 #include "OrbFlowspec/config/ActionContainer.h"
 #include "OrbFlowspec/config/RedirectVrfId.h"
+#include "OrbFlowspec/config/RuleOrder.h"
 #include "OrbFlowspec/translation/ClassMapMatchBuilder.h"
 #include "models/flowspec/Config.h"
 #include "models/flowspec/FlowspecUtil.h"
@@ -137,6 +138,7 @@ class FlowspecVrfConfigSm : public Kiln::KilnBaseOutputSm {
 
   std::unique_ptr<Reactors> reactors_;
   Cog::ReactorMap<Flowspec::FlowspecKey, RuleConfigSm> ruleConfig_;
+  RuleOrder ruleOrder_;  // of the rules when the last version was built
   std::unique_ptr<Kiln::Task> ruleTask_;
   std::unique_ptr<Kiln::TimerTask> policyTimerTask_;
   std::unique_ptr<Kiln::TimerTask> starvationTimerTask_;

@@ -58,7 +58,7 @@ class FlowspecVrfConfigSm : public Kiln::KilnBaseOutputSm {
   ~FlowspecVrfConfigSm() override;
   bool constructedWith(Inputs const& inputs) const { return inputs == in_; }
 
-  COG_RECORD(FlowspecVrfConfigSm, (hashSet, Flowspec::FlowspecKey, ruleBacklog, RuleBacklog),
+  COG_RECORD(FlowspecVrfConfigSm, (orderedSet, Flowspec::FlowspecKey, ruleBacklog, RuleBacklog),
              (hashSet, Flowspec::FlowspecKey, actionBacklog, ActionBacklog),
              (value, bool, classListChanged, ClassListChanged),
              (hashChildren, Flowspec::FlowspecKey, ActionContainer, classActionContainer,

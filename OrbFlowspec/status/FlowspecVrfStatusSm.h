@@ -53,7 +53,7 @@ class FlowspecVrfStatusSm : public Kiln::KilnBaseOutputSm {
   ~FlowspecVrfStatusSm() override;
   bool constructedWith(Inputs const& inputs) const { return inputs == in_; }
 
-  COG_RECORD(FlowspecVrfStatusSm, (hashSet, Flowspec::FlowspecKey, ruleBacklog, RuleBacklog),
+  COG_RECORD(FlowspecVrfStatusSm, (orderedSet, Flowspec::FlowspecKey, ruleBacklog, RuleBacklog),
              (orderedChildren, Nwk::AddressFamily, IntfInstalled, intfInstalled, IntfInstalled),
              (value, bool, initialized, Initialized));
 

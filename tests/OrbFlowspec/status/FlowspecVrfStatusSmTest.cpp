@@ -175,10 +175,19 @@ TEST_F(VrfStatus, RandomSequencesAgreeWithTheModel) {
   std::mt19937 rng(7);
   std::vector<std::string> const intfs = {"Ethernet1", "Ethernet2"};
   for (int step = 0; step < 400; ++step) {
-    switch (rng() % 4) {
+    switch (rng() % 5) {
       case 0:
         classStateIs(rng() % 3, static_cast<ClassState>(rng() % 5));
         break;
+      case 4: {
+        // A class-map that appears while its rule has no status: its key is parsed from its name.
+        std::size_t const rule = rng() % 3;
+        vrfRuleStatus->ruleStatusDel(keys[rule]);
+        pmapStatus->cmapDel(keys[rule].stringValue());
+        classStateIs(rule, static_cast<ClassState>(rng() % 5));
+        vrfRuleStatus->ruleStatusIs(keys[rule]);
+        break;
+      }
       case 1:
         pmapStatus->cmapDel(keys[rng() % 3].stringValue());
         break;

@@ -12,9 +12,8 @@ constexpr Kiln::TaskPriority kTaskPriority{2};
 using Flowspec::HwRuleProgrammingStatus;
 }  // namespace
 
-// Watches the state of one class-map; the class-map is named by its rule key's text, whose key
-// is found once (a class-map's name never changes; its state changes often): among the keys of
-// the rules with a status, or else by parsing the name.
+// Watches the state of one class-map; the class-map is named by its rule key's text, which is
+// parsed back into the key once (a class-map's name never changes; its state changes often).
 // Only a change of the status the state gives the rule re-evaluates the rule: a class-map that
 // appears unknown, or goes pending, leaves its rule not installed, as it was without it. The
 // status is kept in the owner's index under the rule's key, for a class-map named by the key's
@@ -36,10 +35,9 @@ class FlowspecVrfStatusSm::ClassMapStatusSm
     }
     reported_ = status;
     if (!parsed_) {
-      auto found = owner()->classKey(notifier()->name());
-      key_ = std::move(found.key);
+      key_ = classKey(notifier()->name());
       parsed_ = true;
-      indexed_ = found.canonical;
+      indexed_ = key_ && key_->hasStringValue(notifier()->name());
     }
     if (indexed_) {
       owner()->classStatusIs(*key_, status);
@@ -78,10 +76,7 @@ struct FlowspecVrfStatusSm::Reactors {
   };
   struct RuleStatusReactor : Cog::BoundReactor<Flowspec::VrfRuleStatus, FlowspecVrfStatusSm> {
     using BoundReactor::BoundReactor;
-    void handleRuleStatus(Flowspec::FlowspecKey const& key) override {
-      owner()->ruleByClassNameUpdate(key);
-      owner()->handleRule(key);
-    }
+    void handleRuleStatus(Flowspec::FlowspecKey const& key) override { owner()->handleRule(key); }
   };
   struct RuleConfigReactor : Cog::BoundReactor<Flowspec::VrfRuleConfig, FlowspecVrfStatusSm> {
     using BoundReactor::BoundReactor;
@@ -190,7 +185,6 @@ void FlowspecVrfStatusSm::handleRule() {
   }
   TRACE(gTrace, 7, "handleRule");
   for (auto const& [key, status] : in_.vrfRuleStatus->ruleStatus()) {
-    ruleByClassNameUpdate(key);
     handleRule(key);
   }
 }
@@ -364,10 +358,7 @@ PolicyMap::ClassState FlowspecVrfStatusSm::classStateOf(Cog::SharedString const&
   return status ? status->classState() : PolicyMap::ClassState::classStateUnknown;
 }
 
-FlowspecVrfStatusSm::ClassKey FlowspecVrfStatusSm::classKey(Cog::SharedString const& name) const {
-  if (auto const found = ruleByClassName_.find(name); found != ruleByClassName_.end()) {
-    return {found->second, true};
-  }
+std::optional<Flowspec::FlowspecKey> FlowspecVrfStatusSm::classKey(std::string_view name) {
   // Class-maps of this policy are named by their rule's key; a name that is not a key has no
   // rule to report on.
   std::string error;
@@ -375,16 +366,7 @@ FlowspecVrfStatusSm::ClassKey FlowspecVrfStatusSm::classKey(Cog::SharedString co
   if (!key) {
     TRACE(gTrace, 2, "Class-map ", name, " names no rule: ", error);
   }
-  bool const canonical = key && key->hasStringValue(name);
-  return {std::move(key), canonical};
-}
-
-void FlowspecVrfStatusSm::ruleByClassNameUpdate(Flowspec::FlowspecKey const& key) {
-  if (in_.vrfRuleStatus->ruleStatus(key)) {
-    ruleByClassName_.try_emplace(key.sharedStringValue(), key);
-  } else {
-    ruleByClassName_.erase(key.sharedStringValue());
-  }
+  return key;
 }
 
 void FlowspecVrfStatusSm::classMapStatusIs(

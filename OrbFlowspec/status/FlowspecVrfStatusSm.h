@@ -84,18 +84,11 @@ class FlowspecVrfStatusSm : public Kiln::KilnBaseOutputSm {
   class ClassMapStatusSm;
   void handleClassStatus(Cog::SharedString const& name);
   void handleClassStatus();
-  void handleClassState(Cog::SharedString const& name) {
-    handleClassState(name, classKey(name).key);
-  }
+  void handleClassState(Cog::SharedString const& name) { handleClassState(name, classKey(name)); }
   void handleClassState(Cog::SharedString const& name,
                         std::optional<Flowspec::FlowspecKey> const& key);
-  // The rule key a class-map of this policy is named by, none for a name that is not a key;
-  // whether the name is the key's own text.
-  struct ClassKey {
-    std::optional<Flowspec::FlowspecKey> key;
-    bool canonical = false;
-  };
-  ClassKey classKey(Cog::SharedString const& name) const;
+  // The rule key a class-map of this policy is named by; none for a name that is not a key.
+  static std::optional<Flowspec::FlowspecKey> classKey(std::string_view name);
   // The state of the class-map named `name`; unknown without one.
   PolicyMap::ClassState classStateOf(Cog::SharedString const& name) const;
   void classMapStatusIs(Cog::Ptr<PolicyMap::ClassMapStatus const> const& status);
@@ -136,10 +129,6 @@ class FlowspecVrfStatusSm : public Kiln::KilnBaseOutputSm {
     }
   };
   std::unordered_map<Flowspec::FlowspecKey const*, Status, KeyHash, KeyEqual> classStatus_;
-  // The keys of the rules with a status, by their text: the names of their class-maps. A
-  // class-map's key is found here rather than parsed from its name.
-  std::unordered_map<Cog::SharedString, Flowspec::FlowspecKey> ruleByClassName_;
-  void ruleByClassNameUpdate(Flowspec::FlowspecKey const& key);
   std::unique_ptr<Reactors> reactors_;
   Cog::OrderedReactorMap<Nwk::IntfId, IntfStatusSm> intfStatus_;
   Cog::ReactorMap<Cog::SharedString, ClassMapStatusSm> classMapStatus_;

@@ -180,7 +180,7 @@ TEST_F(VrfStatus, RandomSequencesAgreeWithTheModel) {
         classStateIs(rng() % 3, static_cast<ClassState>(rng() % 5));
         break;
       case 4: {
-        // A class-map that appears while its rule has no status: its key is parsed from its name.
+        // A class-map that appears while its rule has no status.
         std::size_t const rule = rng() % 3;
         vrfRuleStatus->ruleStatusDel(keys[rule]);
         pmapStatus->cmapDel(keys[rule].stringValue());

@@ -6,15 +6,6 @@
 
 namespace OrbFlowspec {
 
-Cog::SharedString classNameOf(Flowspec::FlowspecKey const& key,
-                              PolicyMap::ClassMapTypeConfig const& classMaps) {
-  Cog::SharedString const& name = key.sharedStringValue();
-  if (auto const cmap = classMaps.cmapInput(name)) {
-    return cmap->name();
-  }
-  return name;
-}
-
 void ClassNamer::start(PolicyMap::PolicyMapSubConfig const& previous) {
   // A rule gone sorts before the rule now at its place.
   std::sort(changed_.begin(), changed_.end(), [](Changed const& a, Changed const& b) {
@@ -30,7 +21,7 @@ Cog::SharedString ClassNamer::next() {
   std::size_t const position = position_++;
   Flowspec::FlowspecKey const& key = order_.keys()[position];
   if (!nextPrevious_) {
-    return classNameOf(key, classMaps_);
+    return key.sharedStringValue();
   }
   // Rules gone since the previous version, which listed them before this one.
   while (nextChanged_ < changed_.size() && changed_[nextChanged_].position <= position &&
@@ -39,7 +30,7 @@ Cog::SharedString ClassNamer::next() {
   }
   if (nextChanged_ < changed_.size() && changed_[nextChanged_].position == position) {
     ++nextChanged_;
-    Cog::SharedString name = classNameOf(key, classMaps_);
+    Cog::SharedString name = key.sharedStringValue();
     passOver(name);
     return name;
   }

@@ -7,20 +7,14 @@
 
 #include "OrbFlowspec/config/RuleOrder.h"
 #include "models/flowspec/FlowspecKey.h"
-#include "models/policymap/ClassMapTypeConfig.h"
 #include "models/policymap/PolicyMapSubConfig.h"
 
 namespace OrbFlowspec {
 
-// The class name of `key`: the string its class-map holds when the class-map exists, so that
-// the policy versions, the machinery and the statuses share one string per class.
-Cog::SharedString classNameOf(Flowspec::FlowspecKey const& key,
-                              PolicyMap::ClassMapTypeConfig const& classMaps);
-
 // Names the classes of a new policy-map version, one rule at a time in rule order. A class is
 // named by its rule's key text; a rule the previous version listed takes its name from there
-// instead, as copying a name costs a fraction of making the text, and a new version is mostly
-// the previous list with a rule come or gone. Only the rules changed since that version are
+// instead, which reads one array rather than every key, and a new version is mostly the
+// previous list with a rule come or gone. Only the rules changed since that version are
 // named from their key. The changed rules are placed in the order once, so that the walk reads
 // no key unless it changed.
 //
@@ -30,12 +24,11 @@ Cog::SharedString classNameOf(Flowspec::FlowspecKey const& key,
 class ClassNamer {
  public:
   // `previous`: the version in use, or null; `changed`: every key whose rule came, went or
-  // changed since that version, in any order; `order`: the rules now; `classMaps`: where the
-  // rules' class-maps are.
+  // changed since that version, in any order; `order`: the rules now.
   template <class Keys>
   ClassNamer(PolicyMap::PolicyMapSubConfig const* previous, Keys const& changed,
-             RuleOrder const& order, PolicyMap::ClassMapTypeConfig const& classMaps)
-      : order_(order), classMaps_(classMaps) {
+             RuleOrder const& order)
+      : order_(order) {
     if (!previous) {
       return;  // every class is named from its key
     }
@@ -67,7 +60,6 @@ class ClassNamer {
   void passOver(std::string_view name);
 
   RuleOrder const& order_;
-  PolicyMap::ClassMapTypeConfig const& classMaps_;
 
   std::size_t position_ = 0;
   std::vector<Changed> changed_;  // in rule order

@@ -257,7 +257,7 @@ void FlowspecVrfConfigSm::handlePolicy() {
       subconfig->classActionDel(key.sharedStringValue());
       withdrawn.push_back(key);
     } else if (!onTheWay) {
-      updateClassAction(*subconfig, key, rule, classNameOf(key, *in_.cmapTypeConfig));
+      updateClassAction(*subconfig, key, rule, key.sharedStringValue());
     }
   }
   actionBacklogDelAll();
@@ -296,7 +296,7 @@ void FlowspecVrfConfigSm::assignClassPriorities(PolicyMap::PolicyMapSubConfig& s
                                                 bool updateActions) {
   std::uint32_t nextV4 = v4ClassPrioOffset;
   std::uint32_t nextV6 = v6ClassPrioOffset;
-  ClassNamer namer(previous, actionBacklog(), ruleOrder_, *in_.cmapTypeConfig);
+  ClassNamer namer(previous, actionBacklog(), ruleOrder_);
   // A new version lists every rule: the walk reads the order only, and a rule's configuration
   // only when its action is to be updated.
   for (auto const& key : ruleOrder_.keys()) {

@@ -109,8 +109,9 @@ void processRuleMatchSet(Flowspec::FlowspecKey const& key, Cog::String const& vr
     return;
   }
   if (auto const published = cmapTypeConfig->cmap(className)) {
-    // Built already, for this VRF or another with the same rule: share it.
+    // Built already, for this VRF or another with the same rule: share it, and its name.
     TRACE(gTrace, 5, "flowspec rule was already processed for ", className);
+    key.sharedStringValueIs(published->name());
     published->userIs(vrfName);
     vrfRuleStatus->ruleStatusIs(key);
     return;

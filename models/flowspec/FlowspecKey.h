@@ -117,6 +117,9 @@ class FlowspecKey {
   std::string stringValue() const;
   // The same text, made once per content and kept with it: class-maps are named by it.
   Cog::SharedString const& sharedStringValue() const;
+  // Keeps `text` as that string when it is the key's text (else changes nothing): the keys of
+  // one rule in several VRFs then share one string, the name of their one class-map.
+  void sharedStringValueIs(Cog::SharedString const& text) const;
   // Whether `text` is the key's text, found without making a string.
   bool hasStringValue(std::string_view text) const;
   std::string toStrep() const { return stringValue(); }

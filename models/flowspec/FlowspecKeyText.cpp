@@ -476,6 +476,12 @@ Cog::SharedString const& FlowspecKey::sharedStringValue() const {
   return body.text;
 }
 
+void FlowspecKey::sharedStringValueIs(Cog::SharedString const& text) const {
+  if (sharedStringValue() == text) {
+    body().text = text;
+  }
+}
+
 std::optional<FlowspecKey> FlowspecKey::parse(std::string_view text, std::string* error) {
   return Parser(text).parse(error);
 }

@@ -209,6 +209,12 @@ TEST(FlowspecKeyCopies, ChangingACopyLeavesTheOriginalAndItsHash) {
   copy = original;  // a moved-from key takes a new value
   EXPECT_EQ(copy, original);
   EXPECT_NE(moved, original);
+  // A key of the same rule made apart takes the original's text, and only a text of its own.
+  FlowspecKey const apart = key("ipv4 dst 10.0.0.0/8 dport =80");
+  apart.sharedStringValueIs(moved.sharedStringValue());
+  EXPECT_NE(apart.sharedStringValue().c_str(), moved.sharedStringValue().c_str());
+  apart.sharedStringValueIs(original.sharedStringValue());
+  EXPECT_EQ(apart.sharedStringValue().c_str(), text);
 }
 
 // ---- Limits and access ----

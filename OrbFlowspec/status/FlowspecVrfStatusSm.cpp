@@ -12,8 +12,8 @@ constexpr Kiln::TaskPriority kTaskPriority{2};
 using Flowspec::HwRuleProgrammingStatus;
 }  // namespace
 
-// Watches the state of one class-map; the class-map is named by its rule key's text, which is
-// parsed back into the key once (a class-map's name never changes; its state changes often).
+// Watches the state of one class-map; the class-map is named by its rule key's text, whose key
+// is found once (a class-map's name never changes; its state changes often).
 // Only a change of the status the state gives the rule re-evaluates the rule: a class-map that
 // appears unknown, or goes pending, leaves its rule not installed, as it was without it. The
 // status is kept in the owner's index under the rule's key, for a class-map named by the key's
@@ -35,9 +35,10 @@ class FlowspecVrfStatusSm::ClassMapStatusSm
     }
     reported_ = status;
     if (!parsed_) {
-      key_ = classKey(notifier()->name());
+      auto found = owner()->classKey(notifier()->name());
+      key_ = std::move(found.key);
       parsed_ = true;
-      indexed_ = key_ && key_->hasStringValue(notifier()->name());
+      indexed_ = found.canonical;
     }
     if (indexed_) {
       owner()->classStatusIs(*key_, status);
@@ -358,15 +359,27 @@ PolicyMap::ClassState FlowspecVrfStatusSm::classStateOf(Cog::SharedString const&
   return status ? status->classState() : PolicyMap::ClassState::classStateUnknown;
 }
 
-std::optional<Flowspec::FlowspecKey> FlowspecVrfStatusSm::classKey(std::string_view name) {
+FlowspecVrfStatusSm::ClassKey FlowspecVrfStatusSm::classKey(Cog::SharedString const& name) {
+  auto const& rules = in_.vrfRuleStatus->ruleStatus();
+  Flowspec::FlowspecKey const* const next =
+      lastClassKey_ ? rules.nextKey(*lastClassKey_) : rules.firstKey();
+  if (next && next->sharedStringValue() == name) {
+    lastClassKey_ = *next;
+    return {*next, true};
+  }
   // Class-maps of this policy are named by their rule's key; a name that is not a key has no
   // rule to report on.
   std::string error;
   auto key = Flowspec::FlowspecKey::parse(name, &error);
   if (!key) {
     TRACE(gTrace, 2, "Class-map ", name, " names no rule: ", error);
+    return {};
   }
-  return key;
+  bool const canonical = key->hasStringValue(name);
+  if (canonical) {
+    lastClassKey_ = key;
+  }
+  return {std::move(key), canonical};
 }
 
 void FlowspecVrfStatusSm::classMapStatusIs(

@@ -84,11 +84,19 @@ class FlowspecVrfStatusSm : public Kiln::KilnBaseOutputSm {
   class ClassMapStatusSm;
   void handleClassStatus(Cog::SharedString const& name);
   void handleClassStatus();
-  void handleClassState(Cog::SharedString const& name) { handleClassState(name, classKey(name)); }
+  void handleClassState(Cog::SharedString const& name) {
+    handleClassState(name, classKey(name).key);
+  }
   void handleClassState(Cog::SharedString const& name,
                         std::optional<Flowspec::FlowspecKey> const& key);
-  // The rule key a class-map of this policy is named by; none for a name that is not a key.
-  static std::optional<Flowspec::FlowspecKey> classKey(std::string_view name);
+  // The rule key a class-map of this policy is named by, none for a name that is not a key, and
+  // whether the name is the key's own text. Class-maps mostly report in rule order: the rule
+  // after the one found last is tried first, by its shared text, before the name is parsed.
+  struct ClassKey {
+    std::optional<Flowspec::FlowspecKey> key;
+    bool canonical = false;
+  };
+  ClassKey classKey(Cog::SharedString const& name);
   // The state of the class-map named `name`; unknown without one.
   PolicyMap::ClassState classStateOf(Cog::SharedString const& name) const;
   void classMapStatusIs(Cog::Ptr<PolicyMap::ClassMapStatus const> const& status);
@@ -129,6 +137,7 @@ class FlowspecVrfStatusSm : public Kiln::KilnBaseOutputSm {
     }
   };
   std::unordered_map<Flowspec::FlowspecKey const*, Status, KeyHash, KeyEqual> classStatus_;
+  std::optional<Flowspec::FlowspecKey> lastClassKey_;  // found last by classKey
   std::unique_ptr<Reactors> reactors_;
   Cog::OrderedReactorMap<Nwk::IntfId, IntfStatusSm> intfStatus_;
   Cog::ReactorMap<Cog::SharedString, ClassMapStatusSm> classMapStatus_;

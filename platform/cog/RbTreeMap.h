@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <optional>
@@ -106,6 +107,21 @@ class RbTreeMap {
   // The first live key, or null.
   K const* firstKey() const {
     for (auto it = tree_.begin(); it != tree_.end(); ++it) {
+      if (it->second.live) {
+        return &it->first;
+      }
+    }
+    return nullptr;
+  }
+
+  // The first live key after `key`, whether or not `key` is in the map; null when none is.
+  // Constant time on average when `key` is: a walk in key order that must not hold an
+  // iterator (which keeps erased entries) goes on from the key it met last.
+  K const* nextKey(K const& key) const {
+    auto* self = const_cast<RbTreeMap*>(this);
+    auto it = self->node(key);
+    it = it != self->tree_.end() ? std::next(it) : self->tree_.upper_bound(key);
+    for (; it != tree_.end(); ++it) {
       if (it->second.live) {
         return &it->first;
       }

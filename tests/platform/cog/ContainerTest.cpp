@@ -47,6 +47,16 @@ void checkAgainstModel(Map& map, std::map<int, int> const& model) {
     ASSERT_NE(map.find(key), nullptr);
     EXPECT_EQ(*map.find(key), value);
   }
+  if constexpr (requires { map.nextKey(0); }) {
+    for (int key = -1; key < 260; ++key) {  // keys in the map and not
+      auto const after = model.upper_bound(key);
+      auto const* next = map.nextKey(key);
+      ASSERT_EQ(next != nullptr, after != model.end()) << key;
+      if (next) {
+        EXPECT_EQ(static_cast<int>(*next), after->first) << key;
+      }
+    }
+  }
 }
 
 template <class Map>
@@ -210,6 +220,8 @@ TEST(CogRbTreeMap, IteratesInKeyOrderAndRevivesKeyDeletedDuringIteration) {
       map.erase(3);
       map.tryEmplace(3, 99);  // revived before the iterator reaches it
       map.erase(5);
+      EXPECT_EQ(*map.nextKey(1), 3);
+      EXPECT_EQ(map.nextKey(3), nullptr);  // 5 is dead, though still in the tree
     }
   }
   EXPECT_EQ(keys, (std::vector<int>{1, 3}));

@@ -237,11 +237,11 @@ void FlowspecVrfConfigSm::handlePolicy() {
   if (previous) {
     subconfig->classActionShareFrom(*previous);
   }
+  ruleOrder_.update(actionBacklog(), *in_.vrfRuleConfig);  // every rule come or gone is in it
   // While priorities are assigned, every rule's class is named anyway: when most rules have a
   // pending action (a first build), their actions are updated on the way with that name, rather
   // than naming each class twice. A few pending actions are updated on their own, sparing every
   // rule a lookup in the backlog.
-  ruleOrder_.update(actionBacklog(), *in_.vrfRuleConfig);
   bool const assign = !previous || classListChanged();
   bool const onTheWay = assign && 2 * actionBacklog().size() >= in_.vrfRuleConfig->rule().size();
   if (assign) {

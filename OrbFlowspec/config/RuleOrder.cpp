@@ -1,7 +1,7 @@
 #include "OrbFlowspec/config/RuleOrder.h"
 
 #include <algorithm>
-#include <iterator>
+#include <cstddef>
 
 namespace OrbFlowspec {
 

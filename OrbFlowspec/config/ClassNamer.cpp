@@ -1,6 +1,7 @@
 #include "OrbFlowspec/config/ClassNamer.h"
 
 #include <algorithm>
+#include <tuple>
 
 #include "platform/cog/Assert.h"
 
@@ -9,16 +10,15 @@ namespace OrbFlowspec {
 void ClassNamer::start(PolicyMap::PolicyMapSubConfig const& previous) {
   // A rule gone sorts before the rule now at its place.
   std::sort(changed_.begin(), changed_.end(), [](Changed const& a, Changed const& b) {
-    if (a.position != b.position || a.present != b.present) {
-      return a.position < b.position || (a.position == b.position && !a.present);
+    if (std::tie(a.position, a.present) != std::tie(b.position, b.present)) {
+      return std::tie(a.position, a.present) < std::tie(b.position, b.present);
     }
     return *a.key < *b.key;
   });
   nextPrevious_.emplace(previous.classPrio().begin());
 }
 
-Cog::SharedString ClassNamer::next() {
-  std::size_t const position = position_++;
+Cog::SharedString ClassNamer::next(std::size_t position) {
   Flowspec::FlowspecKey const& key = order_.keys()[position];
   if (!nextPrevious_) {
     return key.sharedStringValue();

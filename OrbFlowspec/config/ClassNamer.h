@@ -40,8 +40,8 @@ class ClassNamer {
     start(*previous);
   }
 
-  // The class name of the rule at the next position of the order.
-  Cog::SharedString next();
+  // The class name of the rule at `position` of the order; positions are asked for in turn.
+  Cog::SharedString next(std::size_t position);
   // Called after the last rule: the previous version's names must all have been met.
   void finish();
 
@@ -61,7 +61,6 @@ class ClassNamer {
 
   RuleOrder const& order_;
 
-  std::size_t position_ = 0;
   std::vector<Changed> changed_;  // in rule order
   std::size_t nextChanged_ = 0;
   std::optional<PreviousNames::Iterator> nextPrevious_;  // none without a previous version

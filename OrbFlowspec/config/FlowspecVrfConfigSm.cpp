@@ -299,9 +299,11 @@ void FlowspecVrfConfigSm::assignClassPriorities(PolicyMap::PolicyMapSubConfig& s
   ClassNamer namer(previous, actionBacklog(), ruleOrder_);
   // A new version lists every rule: the walk reads the order only, and a rule's configuration
   // only when its action is to be updated.
-  for (auto const& key : ruleOrder_.keys()) {
+  auto const& keys = ruleOrder_.keys();
+  for (std::size_t position = 0; position < keys.size(); ++position) {
+    Flowspec::FlowspecKey const& key = keys[position];
     std::uint32_t const prio = key.af() == Nwk::AddressFamily::ipv6 ? nextV6++ : nextV4++;
-    Cog::SharedString className = namer.next();
+    Cog::SharedString className = namer.next(position);
     if (updateActions && actionBacklog(key)) {
       updateClassAction(subconfig, key, in_.vrfRuleConfig->rule(key), className);
     }

@@ -105,28 +105,15 @@ class RbTreeMap {
   }
 
   // The first live key, or null.
-  K const* firstKey() const {
-    for (auto it = tree_.begin(); it != tree_.end(); ++it) {
-      if (it->second.live) {
-        return &it->first;
-      }
-    }
-    return nullptr;
-  }
+  K const* firstKey() const { return firstLiveFrom(tree_.begin()); }
 
   // The first live key after `key`, whether or not `key` is in the map; null when none is.
   // Constant time on average when `key` is: a walk in key order that must not hold an
   // iterator (which keeps erased entries) goes on from the key it met last.
   K const* nextKey(K const& key) const {
     auto* self = const_cast<RbTreeMap*>(this);
-    auto it = self->node(key);
-    it = it != self->tree_.end() ? std::next(it) : self->tree_.upper_bound(key);
-    for (; it != tree_.end(); ++it) {
-      if (it->second.live) {
-        return &it->first;
-      }
-    }
-    return nullptr;
+    auto const it = self->node(key);
+    return firstLiveFrom(it != self->tree_.end() ? std::next(it) : self->tree_.upper_bound(key));
   }
 
   struct Sentinel {};
@@ -195,6 +182,14 @@ class RbTreeMap {
   KeyRange keys() const { return KeyRange{this}; }
 
  private:
+  K const* firstLiveFrom(typename Tree::const_iterator it) const {
+    for (; it != tree_.end(); ++it) {
+      if (it->second.live) {
+        return &it->first;
+      }
+    }
+    return nullptr;
+  }
   void markDead(typename Tree::iterator it) {
     it->second.live = false;
     if (!it->second.erasePending) {

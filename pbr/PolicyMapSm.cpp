@@ -451,6 +451,9 @@ void PolicyMapSm::programDone(Nwk::IntfId const& intfId, Nwk::AddressFamily af,
   }
   TRACE(gTrace, 4, key_.strDesc(), " ", intfId, " ", Nwk::toStrep(af),
         shown.state == InstalledState::installed ? " installed" : " failed: ", shown.errorText);
+  // Class states first: a status reader re-evaluating the family on the interface's news then
+  // finds every class of this program already reported.
+  writeClassStates();
   intfStatusShow(intfId, af, shown);
   flush();
 }
@@ -485,6 +488,18 @@ void PolicyMapSm::tally(IntfSlot const& slot, Nwk::AddressFamily af, int sign) {
 }
 
 void PolicyMapSm::flush() {
+  writeClassStates();
+  for (auto const& [intfId, binding] : bindings_) {
+    for (auto const& slot : binding) {
+      if (slot.phase == IntfSlot::Phase::pending) {
+        return;
+      }
+    }
+  }
+  status_->versionIs(currCfg_ ? currCfg_->version() : Kiln::UniqueId());
+}
+
+void PolicyMapSm::writeClassStates() {
   for (std::uint32_t const slot : dirty_) {
     ClassRecord& record = records_[slot];
     record.dirty = false;
@@ -504,14 +519,6 @@ void PolicyMapSm::flush() {
     record.status->classStateIs(state);
   }
   dirty_.clear();
-  for (auto const& [intfId, binding] : bindings_) {
-    for (auto const& slot : binding) {
-      if (slot.phase == IntfSlot::Phase::pending) {
-        return;
-      }
-    }
-  }
-  status_->versionIs(currCfg_ ? currCfg_->version() : Kiln::UniqueId());
 }
 
 void PolicyMapSm::handleIntf(Nwk::IntfId const& intfId, bool reprogram, IntfBindingKind kind) {

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <unordered_map>
 #include <vector>
 
 #include "models/policymap/ClassMapTypeConfig.h"
@@ -16,6 +15,7 @@
 #include "models/policymap/PolicyMapTypeConfig.h"
 #include "pbr/ClassPrograms.h"
 #include "pbr/Dataplane.h"
+#include "platform/cog/FlatHashMap.h"
 #include "platform/kiln/KilnBaseOutputSm.h"
 #include "platform/kiln/TimerWheel.h"
 
@@ -165,6 +165,7 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
   void countersDone(std::vector<Pbr::ClassCounters> const& counters);
   // Writes the states of classes whose tally changed, and the version once nothing is pending.
   void flush();
+  void writeClassStates();
 
   Cog::Ptr<PolicyMapGlobalData const> globalData_;
   PolicyMapSmKey key_;
@@ -185,7 +186,7 @@ class PolicyMapSm : public Kiln::KilnBaseOutputSm {
   std::vector<ClassRecord> records_;
   std::vector<std::uint32_t> freeSlots_;
   std::vector<std::uint32_t> order_;  // the slots of the version's classes, in priority order
-  std::unordered_map<Cog::SharedString, std::uint32_t> classIndex_;  // name to slot
+  Cog::FlatHashMap<Cog::SharedString, std::uint32_t> classIndex_;  // name to slot
   std::uint32_t listWalks_ = 0;
   std::vector<std::uint32_t> dirty_;  // slots
   // Per family: the program of the version in use (null when no class has the family) and,

@@ -279,7 +279,7 @@ void FlowspecVrfStatusSm::classStatusIs(Flowspec::FlowspecKey const& key, Status
   if (status == HwRuleProgrammingStatus::hwStatusNotInstalled) {
     classStatus_.erase(&key);
   } else {
-    classStatus_[&key] = status;
+    classStatus_.try_emplace(&key).first->second = status;
   }
 }
 

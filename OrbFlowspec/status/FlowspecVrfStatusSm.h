@@ -3,13 +3,13 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <unordered_map>
 
 #include "OrbFlowspec/status/IntfInstalled.h"
 #include "models/flowspec/Config.h"
 #include "models/flowspec/FlowspecUtil.h"
 #include "models/flowspec/Status.h"
 #include "models/policymap/PolicyMapStatus.h"
+#include "platform/cog/FlatHashMap.h"
 #include "platform/cog/ReactorMap.h"
 #include "platform/kiln/KilnBaseOutputSm.h"
 #include "platform/kiln/Task.h"
@@ -136,7 +136,7 @@ class FlowspecVrfStatusSm : public Kiln::KilnBaseOutputSm {
       return *a == *b;
     }
   };
-  std::unordered_map<Flowspec::FlowspecKey const*, Status, KeyHash, KeyEqual> classStatus_;
+  Cog::FlatHashMap<Flowspec::FlowspecKey const*, Status, KeyHash, KeyEqual> classStatus_;
   std::optional<Flowspec::FlowspecKey> lastClassKey_;  // found last by classKey
   std::unique_ptr<Reactors> reactors_;
   Cog::OrderedReactorMap<Nwk::IntfId, IntfStatusSm> intfStatus_;

@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include "platform/cog/FlatHashMap.h"
 #include "platform/cog/FlatMap.h"
 
 namespace Cog {
@@ -183,6 +183,6 @@ template <class K, class V>
 using SharedOrderedMap = SharedMap<FlatMap<K, V>, 1>;
 // Hashed, shared in 64 shards.
 template <class K, class V>
-using SharedHashMap = SharedMap<std::unordered_map<K, V>, 64>;
+using SharedHashMap = SharedMap<FlatHashMap<K, V>, 64>;
 
 }  // namespace Cog

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/cog/Boxed.h"
+#include "platform/cog/FlatHashMap.h"
 #include "platform/cog/FlatSet.h"
 #include "platform/cog/HashMap2018.h"
 #include "platform/cog/RbTreeMap.h"
@@ -19,9 +20,10 @@ namespace {
 // An int whose hashes fall on four values: a large ordered map's hash index then probes in long
 // runs that wrap around its end, and removals shift entries back across them.
 struct CollidingKey {
+  CollidingKey() = default;
   CollidingKey(int v) : value(v) {}  // NOLINT: implicit, as the model's ints convert
   operator int() const { return value; }
-  int value;
+  int value = 0;
 };
 
 }  // namespace
@@ -140,6 +142,40 @@ TEST(CogRbTreeMap, MatchesModelUnderRandomChanges) {
   for (unsigned seed = 1; seed <= 5; ++seed) {
     randomizedAgainstModel<Cog::RbTreeMap<int, int>>(seed);
     randomizedAgainstModel<Cog::RbTreeMap<CollidingKey, int>>(seed);
+  }
+}
+
+// Inserts, erases and copies against a model, on keys that collide in long runs which wrap
+// around the array's end: an erase must close up each run so that no key is lost behind it.
+TEST(CogFlatHashMap, MatchesModelUnderRandomChangesAndCollisions) {
+  std::mt19937 rng(3);
+  Cog::FlatHashMap<CollidingKey, int> map;
+  std::map<int, int> model;
+  for (int step = 0; step < 6000; ++step) {
+    int const key = static_cast<int>(rng() % 300);
+    if (rng() % 3 == 0) {
+      EXPECT_EQ(map.erase(key), model.erase(key));
+    } else {
+      auto const [it, created] = map.try_emplace(key, step);
+      EXPECT_EQ(created, model.emplace(key, step).second);
+      EXPECT_EQ(it->second, model.at(key));
+    }
+    if (step % 1000 == 999) {
+      Cog::FlatHashMap<CollidingKey, int> const copy = map;
+      ASSERT_EQ(copy.size(), model.size());
+      std::map<int, int> seen;
+      for (auto const& [k, v] : copy) {
+        EXPECT_TRUE(seen.emplace(k, v).second) << "key visited twice: " << k;
+      }
+      EXPECT_EQ(seen, model);
+      for (int k = 0; k < 300; ++k) {
+        auto const found = copy.find(k);
+        ASSERT_EQ(found != copy.end(), model.contains(k)) << k;
+        if (found != copy.end()) {
+          EXPECT_EQ(found->second, model.at(k));
+        }
+      }
+    }
   }
 }
 

@@ -38,8 +38,7 @@ class FlatHashMap {
     Iter() = default;
     Iter(Slots* slots, std::size_t i) : slots_(slots), i_(i) { skipFree(); }
     operator Iter<true>() const  // NOLINT: converts as the standard maps' iterators do
-      requires(!kConst)
-    {
+        requires(!kConst) {
       return Iter<true>(slots_, i_);
     }
     Entry& operator*() const { return (*slots_)[i_].entry; }

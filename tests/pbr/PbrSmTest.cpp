@@ -44,7 +44,35 @@ TEST_F(PbrSmTest, PoliciesBecomeProgrammedOnEveryBoundInterface) {
     EXPECT_EQ(h.classState("red", cls), kPending) << cls;
   }
   EXPECT_EQ(h.installed("red", "Ethernet1"), "unknown");
+  // A reader hears of a class's new state before the interface news that follows from it, so
+  // that it can tell the classes reported from those that are not.
+  struct Heard {
+    int classState = kUnknown;
+    std::vector<int> atIntfNews;  // the class state heard at each IPv4 interface news
+  } heard;
+  struct ClassWatch : PolicyMap::ClassMapStatus::Reactor {
+    ClassWatch(Cog::Ptr<PolicyMap::ClassMapStatus const> const& status, Heard& into)
+        : Reactor(status), heard(into) {}
+    void handleClassState() override {
+      heard.classState = static_cast<int>(notifier()->classState());
+    }
+    Heard& heard;
+  } const classWatch(h.status("red")->cmap("web"), heard);
+  struct IntfWatch : PolicyMap::IntfStatus::Reactor {
+    IntfWatch(Cog::Ptr<PolicyMap::IntfStatus const> const& status, Heard& into)
+        : Reactor(status), heard(into) {}
+    void handleInstalled(ClassMapMatchOption const& option) override {
+      if (option == ClassMapMatchOption::matchIpAccessGroup) {  // the family of "web"
+        heard.atIntfNews.push_back(heard.classState);
+      }
+    }
+    Heard& heard;
+  };
+  IntfWatch const watch1(h.status("red")->intfStatus(Nwk::IntfId("Ethernet1")), heard);
+  IntfWatch const watch2(h.status("red")->intfStatus(Nwk::IntfId("Ethernet2")), heard);
   h.settle();
+  ASSERT_EQ(heard.atIntfNews.size(), 2u);
+  EXPECT_EQ(heard.atIntfNews.back(), kInstalled);  // the second interface completed the class
   for (auto const* cls : {"web", "dns6", "rest"}) {
     EXPECT_EQ(h.classState("red", cls), kInstalled) << cls;
   }

@@ -19,7 +19,7 @@ class RuleConfig : public Cog::Entity {
   explicit RuleConfig(FlowspecKey key) : key_(std::move(key)) {}
 
   COG_RECORD(RuleConfig, (value, std::uint64_t, ruleId, RuleId),
-             (orderedMap, MatchCompType, MatchComponent, matchSet, MatchSet),
+             (smallMap, MatchCompType, MatchComponent, matchSet, MatchSet),
              (value, ActionFieldSet, actionFieldSet, ActionFieldSet),
              (value, TrafficAction, trafficAction, TrafficAction),
              (value, float, trafficRateLimit, TrafficRateLimit),

@@ -14,7 +14,7 @@ namespace PolicyMap {
 class ClassAction : public Cog::Entity {
  public:
   explicit ClassAction(Cog::SharedString className) : className_(std::move(className)) {}
-  COG_RECORD(ClassAction, (orderedMap, ActionType, Cog::Ptr<Action>, policyAction, PolicyAction));
+  COG_RECORD(ClassAction, (smallMap, ActionType, Cog::Ptr<Action>, policyAction, PolicyAction));
 
   Cog::SharedString const& className() const { return className_; }
   // Stores the action under its own type, replacing another action of that type.

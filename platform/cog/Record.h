@@ -8,6 +8,7 @@
 #include "platform/cog/HashMap2018.h"
 #include "platform/cog/RbTreeMap.h"
 #include "platform/cog/SharedMap.h"
+#include "platform/cog/SmallMap.h"
 #include "platform/cog/System.h"
 
 // Declaring records.
@@ -33,6 +34,7 @@
 //                                                                    handleX()
 //   (hashMap|orderedMap, K, V, x, X) x() the collection, x(k) the value (V{} if absent),
 //                                    xIs(k, v), xDel(k), xDelAll()   handleX(k)
+//   (smallMap, K, V, x, X)           as orderedMap, for a handful of entries (SmallMap)
 //   (sharedHashMap|sharedOrderedMap, K, V, x, X)
 //                                    as the maps, and xShareFrom(other) takes over the content
 //                                    of another record's x in constant time (SharedMap):
@@ -96,6 +98,10 @@ K const& entryKey(K const& key) {
 }
 template <class K, class V>
 K const& entryKey(std::pair<K const&, V> const& entry) {
+  return entry.first;
+}
+template <class K, class V>
+K const& entryKey(std::pair<K, V> const& entry) {  // a key handed out by value
   return entry.first;
 }
 
@@ -219,6 +225,8 @@ void delAll(Map& map, Notify&& notify) {
   virtual void handle##X(K const&) {}
 #define COG_HANDLER_orderedMap(k, K, V, x, X) \
   virtual void handle##X(K const&) {}
+#define COG_HANDLER_smallMap(k, K, V, x, X) \
+  virtual void handle##X(K const&) {}
 #define COG_HANDLER_sharedHashMap(k, K, V, x, X) \
   virtual void handle##X(K const&) {}
 #define COG_HANDLER_sharedOrderedMap(k, K, V, x, X) \
@@ -244,6 +252,7 @@ void delAll(Map& map, Notify&& notify) {
 #define COG_REPLAY_child(k, C, x, X) COG_REPLAY_SINGLE_(X)
 #define COG_REPLAY_hashMap(k, K, V, x, X) COG_REPLAY_KEYED_(x, X)
 #define COG_REPLAY_orderedMap(k, K, V, x, X) COG_REPLAY_KEYED_(x, X)
+#define COG_REPLAY_smallMap(k, K, V, x, X) COG_REPLAY_KEYED_(x, X)
 #define COG_REPLAY_sharedHashMap(k, K, V, x, X) COG_REPLAY_KEYED_(x, X)
 #define COG_REPLAY_sharedOrderedMap(k, K, V, x, X) COG_REPLAY_KEYED_(x, X)
 #define COG_REPLAY_hashSet(k, K, x, X) COG_REPLAY_KEYED_(x, X)
@@ -258,6 +267,7 @@ void delAll(Map& map, Notify&& notify) {
 #define COG_MEMBER_child(k, C, x, X) ::Cog::Ptr<C> x##_;
 #define COG_MEMBER_hashMap(k, K, V, x, X) X##Collection x##_;
 #define COG_MEMBER_orderedMap(k, K, V, x, X) X##Collection x##_;
+#define COG_MEMBER_smallMap(k, K, V, x, X) X##Collection x##_;
 #define COG_MEMBER_sharedHashMap(k, K, V, x, X) X##Collection x##_;
 #define COG_MEMBER_sharedOrderedMap(k, K, V, x, X) X##Collection x##_;
 #define COG_MEMBER_hashSet(k, K, x, X) X##Collection x##_;
@@ -340,6 +350,9 @@ void delAll(Map& map, Notify&& notify) {
   COG_ACCESS_MAP_(K, V, x, X)
 #define COG_ACCESS_orderedMap(k, K, V, x, X)    \
   using X##Collection = ::Cog::RbTreeMap<K, V>; \
+  COG_ACCESS_MAP_(K, V, x, X)
+#define COG_ACCESS_smallMap(k, K, V, x, X)     \
+  using X##Collection = ::Cog::SmallMap<K, V>; \
   COG_ACCESS_MAP_(K, V, x, X)
 // Taking over another record's content notifies the keys that differ, when anyone watches.
 #define COG_ACCESS_SHARED_MAP_(K, V, x, X)                  \

@@ -14,6 +14,7 @@
 #include "platform/cog/HashMap2018.h"
 #include "platform/cog/RbTreeMap.h"
 #include "platform/cog/SharedMap.h"
+#include "platform/cog/SmallMap.h"
 
 namespace {
 
@@ -142,6 +143,7 @@ TEST(CogRbTreeMap, MatchesModelUnderRandomChanges) {
   for (unsigned seed = 1; seed <= 5; ++seed) {
     randomizedAgainstModel<Cog::RbTreeMap<int, int>>(seed);
     randomizedAgainstModel<Cog::RbTreeMap<CollidingKey, int>>(seed);
+    randomizedAgainstModel<Cog::SmallMap<int, int>>(seed);
   }
 }
 
@@ -274,6 +276,29 @@ TEST(CogRbTreeMap, IteratesInKeyOrderAndRevivesKeyDeletedDuringIteration) {
     }
   }
   EXPECT_EQ(keys, (std::vector<int>{1}));
+}
+
+// Entries move on an insert before the iterator's place; it finds its place again by its key.
+TEST(CogSmallMap, AnEntryAddedDuringIterationIsVisitedWhenItLiesAhead) {
+  Cog::SmallMap<int, int> map;
+  for (int key : {10, 20, 30}) {
+    map.tryEmplace(key, key);
+  }
+  std::vector<int> keys;
+  for (auto [key, value] : map) {
+    keys.push_back(key);
+    if (key == 20) {
+      map.tryEmplace(5, 5);
+      map.tryEmplace(25, 25);
+      map.erase(10);
+      map.erase(30);
+      map.tryEmplace(30, 31);  // revived in place
+    }
+  }
+  EXPECT_EQ(keys, (std::vector<int>{10, 20, 25, 30}));
+  EXPECT_EQ(map.size(), 4u);
+  EXPECT_EQ(*map.firstKey(), 5);
+  EXPECT_EQ(*map.find(30), 31);
 }
 
 TEST(CogHashMap2018, OrderDependsOnlyOnChanges) {

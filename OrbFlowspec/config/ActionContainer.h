@@ -18,7 +18,7 @@ class ActionContainer : public Cog::Entity {
       : flowspecKey_(std::move(flowspecKey)), id_(Kiln::UniqueId::next()) {}
 
   COG_RECORD(ActionContainer,
-             (orderedMap, PolicyMap::ActionType, Cog::Ptr<PolicyMap::Action>, action, Action));
+             (smallMap, PolicyMap::ActionType, Cog::Ptr<PolicyMap::Action>, action, Action));
 
   Flowspec::FlowspecKey const& flowspecKey() const { return flowspecKey_; }
   // The identity given to every action of this rule.

@@ -14,8 +14,8 @@ class ClassMapConfig : public Cog::Entity {
  public:
   explicit ClassMapConfig(Cog::SharedString name) : name_(std::move(name)) {}
   COG_RECORD(ClassMapConfig,
-             (orderedChildren, Kiln::UniqueId, ClassMapSubConfig, subconfig, Subconfig),
-             (ptr, ClassMapSubConfig, currCfg, CurrCfg), (orderedSet, Cog::String, user, User));
+             (smallChildren, Kiln::UniqueId, ClassMapSubConfig, subconfig, Subconfig),
+             (ptr, ClassMapSubConfig, currCfg, CurrCfg), (smallSet, Cog::String, user, User));
 
   Cog::SharedString const& name() const { return name_; }
   // Finds or creates the version `version`, named `name`.

@@ -14,8 +14,8 @@ namespace PolicyMap {
 class ClassMapMatch : public Cog::Entity {
  public:
   explicit ClassMapMatch(ClassMapMatchOption option) : option_(option) {}
-  COG_RECORD(ClassMapMatch, (orderedMap, std::uint32_t, Acl::IpRuleConfig, ipRule, IpRule),
-             (orderedMap, std::uint32_t, Acl::Ip6RuleConfig, ip6Rule, Ip6Rule));
+  COG_RECORD(ClassMapMatch, (smallMap, std::uint32_t, Acl::IpRuleConfig, ipRule, IpRule),
+             (smallMap, std::uint32_t, Acl::Ip6RuleConfig, ip6Rule, Ip6Rule));
 
   ClassMapMatchOption option() const { return option_; }
 

@@ -13,8 +13,7 @@ class ClassMapSubConfig : public Cog::Entity {
  public:
   ClassMapSubConfig(Kiln::UniqueId version, Cog::SharedString name)
       : version_(version), name_(std::move(name)) {}
-  COG_RECORD(ClassMapSubConfig,
-             (orderedChildren, ClassMapMatchOption, ClassMapMatch, match, Match));
+  COG_RECORD(ClassMapSubConfig, (smallChildren, ClassMapMatchOption, ClassMapMatch, match, Match));
 
   Kiln::UniqueId const& version() const { return version_; }
   Cog::SharedString const& name() const { return name_; }

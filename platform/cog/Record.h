@@ -40,9 +40,10 @@
 //                                    of another record's x in constant time (SharedMap):
 //                                    for versions built from the previous one
 //                                                                    handleX(k)
-//   (hashSet|orderedSet, K, x, X)    x(), x(k) membership, xIs(k), xDel(k), xDelAll()
+//   (hashSet|orderedSet|smallSet, K, x, X)
+//                                    x(), x(k) membership, xIs(k), xDel(k), xDelAll()
 //                                                                    handleX(k)
-//   (hashChildren|orderedChildren, K, C, x, X)
+//   (hashChildren|orderedChildren|smallChildren, K, C, x, X)
 //                                    x(), x(k) the child or null, xIs(k, args...) finds or
 //                                    creates C(k, args...), xIs(k, Cog::built(child)) finds
 //                                    or adds a child built aside, xDel(k), xDelAll()
@@ -235,9 +236,13 @@ void delAll(Map& map, Notify&& notify) {
   virtual void handle##X(K const&) {}
 #define COG_HANDLER_orderedSet(k, K, x, X) \
   virtual void handle##X(K const&) {}
+#define COG_HANDLER_smallSet(k, K, x, X) \
+  virtual void handle##X(K const&) {}
 #define COG_HANDLER_hashChildren(k, K, C, x, X) \
   virtual void handle##X(K const&) {}
 #define COG_HANDLER_orderedChildren(k, K, C, x, X) \
+  virtual void handle##X(K const&) {}
+#define COG_HANDLER_smallChildren(k, K, C, x, X) \
   virtual void handle##X(K const&) {}
 
 // Statements of Reactor::replay().
@@ -257,8 +262,10 @@ void delAll(Map& map, Notify&& notify) {
 #define COG_REPLAY_sharedOrderedMap(k, K, V, x, X) COG_REPLAY_KEYED_(x, X)
 #define COG_REPLAY_hashSet(k, K, x, X) COG_REPLAY_KEYED_(x, X)
 #define COG_REPLAY_orderedSet(k, K, x, X) COG_REPLAY_KEYED_(x, X)
+#define COG_REPLAY_smallSet(k, K, x, X) COG_REPLAY_KEYED_(x, X)
 #define COG_REPLAY_hashChildren(k, K, C, x, X) COG_REPLAY_KEYED_(x, X)
 #define COG_REPLAY_orderedChildren(k, K, C, x, X) COG_REPLAY_KEYED_(x, X)
+#define COG_REPLAY_smallChildren(k, K, C, x, X) COG_REPLAY_KEYED_(x, X)
 
 // Data members.
 #define COG_MEMBER_value(k, T, x, X) T x##_{};
@@ -272,8 +279,10 @@ void delAll(Map& map, Notify&& notify) {
 #define COG_MEMBER_sharedOrderedMap(k, K, V, x, X) X##Collection x##_;
 #define COG_MEMBER_hashSet(k, K, x, X) X##Collection x##_;
 #define COG_MEMBER_orderedSet(k, K, x, X) X##Collection x##_;
+#define COG_MEMBER_smallSet(k, K, x, X) X##Collection x##_;
 #define COG_MEMBER_hashChildren(k, K, C, x, X) X##Collection x##_;
 #define COG_MEMBER_orderedChildren(k, K, C, x, X) X##Collection x##_;
+#define COG_MEMBER_smallChildren(k, K, C, x, X) X##Collection x##_;
 
 // Accessors.
 #define COG_ACCESS_SINGLE_VALUE_(T, x, X) \
@@ -396,6 +405,9 @@ void delAll(Map& map, Notify&& notify) {
 #define COG_ACCESS_orderedSet(k, K, x, X)    \
   using X##Collection = ::Cog::RbTreeMap<K>; \
   COG_ACCESS_SET_(K, x, X)
+#define COG_ACCESS_smallSet(k, K, x, X)     \
+  using X##Collection = ::Cog::SmallMap<K>; \
+  COG_ACCESS_SET_(K, x, X)
 #define COG_ACCESS_CHILDREN_(K, C, x, X)                                                           \
   X##Collection const& x() const { return x##_; }                                                  \
   X##Collection& x() { return x##_; }                                                              \
@@ -421,4 +433,7 @@ void delAll(Map& map, Notify&& notify) {
   COG_ACCESS_CHILDREN_(K, C, x, X)
 #define COG_ACCESS_orderedChildren(k, K, C, x, X)           \
   using X##Collection = ::Cog::RbTreeMap<K, ::Cog::Ptr<C>>; \
+  COG_ACCESS_CHILDREN_(K, C, x, X)
+#define COG_ACCESS_smallChildren(k, K, C, x, X)            \
+  using X##Collection = ::Cog::SmallMap<K, ::Cog::Ptr<C>>; \
   COG_ACCESS_CHILDREN_(K, C, x, X)

@@ -28,7 +28,7 @@ class SmallMap {
     K key;
     bool live;
   };
-  static constexpr std::size_t kGrowth = 2;  // entries added to the room at a time
+  static constexpr std::size_t kGrowth = 2;
 
  public:
   using key_type = K;
@@ -64,7 +64,9 @@ class SmallMap {
       return {&slot.value, true};
     }
     if (slots_.size() == slots_.capacity()) {
-      slots_.reserve(slots_.size() + kGrowth);  // not doubled: the maps stay small
+      // Room for a few more while small; by half again once larger, so that a map that does
+      // grow large is still built in linear time.
+      slots_.reserve(slots_.size() + std::max(kGrowth, slots_.size() / 2));
     }
     slots_.insert(slots_.begin() + static_cast<std::ptrdiff_t>(i),
                   Slot{V(std::forward<Args>(args)...), key, true});

@@ -19,8 +19,9 @@ namespace Cog {
 // removed during an iteration stays in place marked dead until the last iterator goes, and an
 // entry added during one is visited if its key lies after the iterator's position. Unlike
 // RbTreeMap, an insert moves the entries after it: a reference to a value is good until the
-// next insert (iteration hands out keys by value for this reason). Lookups and inserts cost a
-// search and a move of the entries after the place, so the collection suits a few entries only.
+// next insert (iteration hands out keys by value for this reason). A lookup is a binary search;
+// an insert or erase moves the entries after its place, so the collection suits a few entries,
+// or entries added in key order and then read.
 template <class K, class V = Unit, class Less = std::less<K>>
 class SmallMap {
   struct Slot {
@@ -82,8 +83,7 @@ class SmallMap {
     }
     --live_;
     if (iterators_ > 0) {
-      slots_[i].live = false;
-      slots_[i].value = V();
+      slots_[i].live = false;  // its key and value stay until the last iterator goes
       ++dead_;
     } else {
       slots_.erase(slots_.begin() + static_cast<std::ptrdiff_t>(i));
@@ -97,7 +97,6 @@ class SmallMap {
       for (Slot& slot : slots_) {
         if (slot.live) {
           slot.live = false;
-          slot.value = V();
           ++dead_;
         }
       }

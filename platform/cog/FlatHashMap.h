@@ -51,7 +51,6 @@ class FlatHashMap {
     bool operator==(Iter const& other) const { return i_ == other.i_; }
 
    private:
-    friend class FlatHashMap;
     void skipFree() {
       while (slots_ && i_ < slots_->size() && (*slots_)[i_].hash == 0) {
         ++i_;

@@ -154,7 +154,6 @@ class SmallMap {
       return *this;
     }
     bool operator==(Sentinel) const { return i_ >= map_->slots_.size(); }
-    K const& key() const { return key_; }
 
    private:
     void settle() {

@@ -1,5 +1,6 @@
 #include "OrbFlowspec/digestion/RuleSetSm.h"
 
+#include <utility>
 #include <vector>
 
 #include "OrbFlowspec/digestion/BitMaskGroup.h"
@@ -152,12 +153,12 @@ MatchCompType RuleSetSm::digestFlowspecRule(Cog::Ptr<Flowspec::RuleConfig> const
   if (!key.destinationPrefix().isEmpty()) {
     Flowspec::MatchComponent component(MatchCompType::destinationPrefix);
     component.prefixIs(key.destinationPrefix());
-    ruleConfig->matchSetIs(component);
+    ruleConfig->matchSetIs(std::move(component));
   }
   if (!key.sourcePrefix().isEmpty()) {
     Flowspec::MatchComponent component(MatchCompType::sourcePrefix);
     component.prefixIs(key.sourcePrefix());
-    ruleConfig->matchSetIs(component);
+    ruleConfig->matchSetIs(std::move(component));
   }
   if (sanitizeRuleConfig()) {
     MatchCompType const infeasible = ruleConfig->sanitizeMatchSet();
@@ -245,8 +246,8 @@ bool RuleSetSm::digestMatchComponent(Cog::Ptr<Flowspec::RuleConfig> const& ruleC
   } else {
     COG_ASSERT(0);
   }
-  ruleConfig->matchSetIs(component);
   TRACE(gTrace, 8, "status ", status, ", matchComponent ", component);
+  ruleConfig->matchSetIs(std::move(component));
   return status;
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "models/flowspec/Actions.h"
 #include "models/flowspec/FlowspecKey.h"
@@ -29,8 +30,9 @@ class RuleConfig : public Cog::Entity {
   FlowspecKey const& key() const { return key_; }
 
   // Inserts or replaces the component of the component's type.
-  void matchSetIs(MatchComponent const& component) {
-    matchSetIs(component.matchCompType(), component);
+  void matchSetIs(MatchComponent component) {
+    MatchCompType const type = component.matchCompType();
+    matchSetIs(type, std::move(component));
   }
 
   // 0 when the match set can be installed as it is, else the type of the offending component;

@@ -331,18 +331,23 @@ void delAll(Map& map, Notify&& notify) {
     V const* found = x##_.find(key);              \
     return found ? *found : V{};                  \
   }
-#define COG_ACCESS_MAP_(K, V, x, X)                 \
-  COG_ACCESS_MAP_READ_(K, V, x, X)                  \
-  void x##Is(K const& key, V const& v) {            \
-    auto [slot, created] = x##_.tryEmplace(key, v); \
-    if (!created) {                                 \
-      if (*slot == v) {                             \
-        return;                                     \
-      }                                             \
-      *slot = v;                                    \
-    }                                               \
-    this->notify(&Reactor::handle##X, key);         \
-  }                                                 \
+// A value given as a temporary is moved in, copied otherwise; either is left alone when the
+// entry already holds an equal value.
+#define COG_ACCESS_MAP_SET_(K, V, x, X, ref, pass)        \
+  void x##Is(K const& key, V ref v) {                     \
+    auto [slot, created] = x##_.tryEmplace(key, pass(v)); \
+    if (!created) {                                       \
+      if (*slot == v) {                                   \
+        return;                                           \
+      }                                                   \
+      *slot = pass(v);                                    \
+    }                                                     \
+    this->notify(&Reactor::handle##X, key);               \
+  }
+#define COG_ACCESS_MAP_(K, V, x, X)              \
+  COG_ACCESS_MAP_READ_(K, V, x, X)               \
+  COG_ACCESS_MAP_SET_(K, V, x, X, const&, )      \
+  COG_ACCESS_MAP_SET_(K, V, x, X, &&, std::move) \
   COG_ACCESS_DEL_(K, x, X)
 #define COG_ACCESS_DEL_(K, x, X)                                                                   \
   void x##Del(K const& key) {                                                                      \

@@ -10,10 +10,7 @@ namespace OrbFlowspec {
 void ClassNamer::start(PolicyMap::PolicyMapSubConfig const& previous) {
   // A rule gone sorts before the rule now at its place.
   std::sort(changed_.begin(), changed_.end(), [](Changed const& a, Changed const& b) {
-    if (std::tie(a.position, a.present) != std::tie(b.position, b.present)) {
-      return std::tie(a.position, a.present) < std::tie(b.position, b.present);
-    }
-    return *a.key < *b.key;
+    return std::tie(a.position, a.present, *a.key) < std::tie(b.position, b.present, *b.key);
   });
   nextPrevious_.emplace(previous.classPrio().begin());
 }

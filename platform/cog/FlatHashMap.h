@@ -80,11 +80,9 @@ class FlatHashMap {
       rehash(slots_.empty() ? 8 : slots_.size() * 2);
     }
     std::size_t const hash = hashOf(key);
-    std::size_t i = hash & mask();
-    for (; slots_[i].hash != 0; i = (i + 1) & mask()) {
-      if (slots_[i].hash == hash && eq_(slots_[i].entry.first, key)) {
-        return {iterator(&slots_, i), false};
-      }
+    std::size_t const i = place(key, hash);
+    if (slots_[i].hash != 0) {
+      return {iterator(&slots_, i), false};
     }
     slots_[i].hash = hash;
     slots_[i].entry.first = key;
@@ -128,17 +126,20 @@ class FlatHashMap {
     std::size_t const hash = hasher_(key);
     return hash == 0 ? 1 : hash;
   }
+  // The place of `key`, or the free place that ends its run when it is absent.
+  std::size_t place(K const& key, std::size_t hash) const {
+    std::size_t i = hash & mask();
+    while (slots_[i].hash != 0 && (slots_[i].hash != hash || !eq_(slots_[i].entry.first, key))) {
+      i = (i + 1) & mask();
+    }
+    return i;
+  }
   std::size_t findIndex(K const& key) const {
     if (size_ == 0) {
       return slots_.size();
     }
-    std::size_t const hash = hashOf(key);
-    for (std::size_t i = hash & mask(); slots_[i].hash != 0; i = (i + 1) & mask()) {
-      if (slots_[i].hash == hash && eq_(slots_[i].entry.first, key)) {
-        return i;
-      }
-    }
-    return slots_.size();
+    std::size_t const i = place(key, hashOf(key));
+    return slots_[i].hash != 0 ? i : slots_.size();
   }
   void rehash(std::size_t capacity) {
     std::vector<Slot> old = std::exchange(slots_, std::vector<Slot>(capacity));

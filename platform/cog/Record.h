@@ -226,8 +226,7 @@ void delAll(Map& map, Notify&& notify) {
   virtual void handle##X(K const&) {}
 #define COG_HANDLER_orderedMap(k, K, V, x, X) \
   virtual void handle##X(K const&) {}
-#define COG_HANDLER_smallMap(k, K, V, x, X) \
-  virtual void handle##X(K const&) {}
+#define COG_HANDLER_smallMap COG_HANDLER_orderedMap
 #define COG_HANDLER_sharedHashMap(k, K, V, x, X) \
   virtual void handle##X(K const&) {}
 #define COG_HANDLER_sharedOrderedMap(k, K, V, x, X) \
@@ -236,14 +235,12 @@ void delAll(Map& map, Notify&& notify) {
   virtual void handle##X(K const&) {}
 #define COG_HANDLER_orderedSet(k, K, x, X) \
   virtual void handle##X(K const&) {}
-#define COG_HANDLER_smallSet(k, K, x, X) \
-  virtual void handle##X(K const&) {}
+#define COG_HANDLER_smallSet COG_HANDLER_orderedSet
 #define COG_HANDLER_hashChildren(k, K, C, x, X) \
   virtual void handle##X(K const&) {}
 #define COG_HANDLER_orderedChildren(k, K, C, x, X) \
   virtual void handle##X(K const&) {}
-#define COG_HANDLER_smallChildren(k, K, C, x, X) \
-  virtual void handle##X(K const&) {}
+#define COG_HANDLER_smallChildren COG_HANDLER_orderedChildren
 
 // Statements of Reactor::replay().
 #define COG_REPLAY_SINGLE_(X) handle##X();
@@ -257,15 +254,15 @@ void delAll(Map& map, Notify&& notify) {
 #define COG_REPLAY_child(k, C, x, X) COG_REPLAY_SINGLE_(X)
 #define COG_REPLAY_hashMap(k, K, V, x, X) COG_REPLAY_KEYED_(x, X)
 #define COG_REPLAY_orderedMap(k, K, V, x, X) COG_REPLAY_KEYED_(x, X)
-#define COG_REPLAY_smallMap(k, K, V, x, X) COG_REPLAY_KEYED_(x, X)
+#define COG_REPLAY_smallMap COG_REPLAY_orderedMap
 #define COG_REPLAY_sharedHashMap(k, K, V, x, X) COG_REPLAY_KEYED_(x, X)
 #define COG_REPLAY_sharedOrderedMap(k, K, V, x, X) COG_REPLAY_KEYED_(x, X)
 #define COG_REPLAY_hashSet(k, K, x, X) COG_REPLAY_KEYED_(x, X)
 #define COG_REPLAY_orderedSet(k, K, x, X) COG_REPLAY_KEYED_(x, X)
-#define COG_REPLAY_smallSet(k, K, x, X) COG_REPLAY_KEYED_(x, X)
+#define COG_REPLAY_smallSet COG_REPLAY_orderedSet
 #define COG_REPLAY_hashChildren(k, K, C, x, X) COG_REPLAY_KEYED_(x, X)
 #define COG_REPLAY_orderedChildren(k, K, C, x, X) COG_REPLAY_KEYED_(x, X)
-#define COG_REPLAY_smallChildren(k, K, C, x, X) COG_REPLAY_KEYED_(x, X)
+#define COG_REPLAY_smallChildren COG_REPLAY_orderedChildren
 
 // Data members.
 #define COG_MEMBER_value(k, T, x, X) T x##_{};
@@ -274,15 +271,15 @@ void delAll(Map& map, Notify&& notify) {
 #define COG_MEMBER_child(k, C, x, X) ::Cog::Ptr<C> x##_;
 #define COG_MEMBER_hashMap(k, K, V, x, X) X##Collection x##_;
 #define COG_MEMBER_orderedMap(k, K, V, x, X) X##Collection x##_;
-#define COG_MEMBER_smallMap(k, K, V, x, X) X##Collection x##_;
+#define COG_MEMBER_smallMap COG_MEMBER_orderedMap
 #define COG_MEMBER_sharedHashMap(k, K, V, x, X) X##Collection x##_;
 #define COG_MEMBER_sharedOrderedMap(k, K, V, x, X) X##Collection x##_;
 #define COG_MEMBER_hashSet(k, K, x, X) X##Collection x##_;
 #define COG_MEMBER_orderedSet(k, K, x, X) X##Collection x##_;
-#define COG_MEMBER_smallSet(k, K, x, X) X##Collection x##_;
+#define COG_MEMBER_smallSet COG_MEMBER_orderedSet
 #define COG_MEMBER_hashChildren(k, K, C, x, X) X##Collection x##_;
 #define COG_MEMBER_orderedChildren(k, K, C, x, X) X##Collection x##_;
-#define COG_MEMBER_smallChildren(k, K, C, x, X) X##Collection x##_;
+#define COG_MEMBER_smallChildren COG_MEMBER_orderedChildren
 
 // Accessors.
 #define COG_ACCESS_SINGLE_VALUE_(T, x, X) \

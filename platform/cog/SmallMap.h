@@ -45,15 +45,14 @@ class SmallMap {
   V const* find(K const& key) const { return const_cast<SmallMap*>(this)->find(key); }
   V* find(K const& key) {
     std::size_t const i = lowerBound(key);
-    return i < slots_.size() && slots_[i].live && !less_(key, slots_[i].key) ? &slots_[i].value
-                                                                             : nullptr;
+    return holds(i, key) && slots_[i].live ? &slots_[i].value : nullptr;
   }
   bool contains(K const& key) const { return find(key) != nullptr; }
 
   template <class... Args>
   std::pair<V*, bool> tryEmplace(K const& key, Args&&... args) {
     std::size_t const i = lowerBound(key);
-    if (i < slots_.size() && !less_(key, slots_[i].key)) {
+    if (holds(i, key)) {
       Slot& slot = slots_[i];
       if (slot.live) {
         return {&slot.value, false};
@@ -78,7 +77,7 @@ class SmallMap {
 
   bool erase(K const& key) {
     std::size_t const i = lowerBound(key);
-    if (i == slots_.size() || !slots_[i].live || less_(key, slots_[i].key)) {
+    if (!holds(i, key) || !slots_[i].live) {
       return false;
     }
     --live_;
@@ -181,6 +180,10 @@ class SmallMap {
         std::partition_point(slots_.begin(), slots_.end(),
                              [&](Slot const& slot) { return less_(slot.key, key); }) -
         slots_.begin());
+  }
+  // Whether place `i`, found by lowerBound, is the entry of `key` (live or dead).
+  bool holds(std::size_t i, K const& key) const {
+    return i < slots_.size() && !less_(key, slots_[i].key);
   }
   std::size_t upperBound(K const& key) const {
     return static_cast<std::size_t>(

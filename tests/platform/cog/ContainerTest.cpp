@@ -143,6 +143,11 @@ TEST(CogRbTreeMap, MatchesModelUnderRandomChanges) {
   for (unsigned seed = 1; seed <= 5; ++seed) {
     randomizedAgainstModel<Cog::RbTreeMap<int, int>>(seed);
     randomizedAgainstModel<Cog::RbTreeMap<CollidingKey, int>>(seed);
+  }
+}
+
+TEST(CogSmallMap, MatchesModelUnderRandomChanges) {
+  for (unsigned seed = 1; seed <= 5; ++seed) {
     randomizedAgainstModel<Cog::SmallMap<int, int>>(seed);
   }
 }
